@@ -1,0 +1,1 @@
+"""quillmarsh: expression evaluator of a trading-signal simulator."""

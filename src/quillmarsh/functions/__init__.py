@@ -1,0 +1,1 @@
+"""Function store: registry, built-in functions and the filtration engine."""

@@ -1,0 +1,1 @@
+"""Simulator engine: the compiled expression evaluator and the host types it works with."""

@@ -1,0 +1,19 @@
+"""The registry interface the engine relies on."""
+from __future__ import annotations
+
+from typing import Any, Protocol, runtime_checkable
+
+
+@runtime_checkable
+class RegistryProtocol(Protocol):
+    def has(self, name: str) -> bool: ...
+
+    def get_entry(self, name: str) -> Any: ...
+
+    def create_instance(self, name: str, **config: Any) -> Any: ...
+
+    def create_instance_from_state(self, name: str, state: Any, **config: Any) -> Any: ...
+
+    def has_factory(self, name: str) -> bool: ...
+
+    def get_function_version(self, name: str) -> Any: ...

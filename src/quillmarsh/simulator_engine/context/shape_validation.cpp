@@ -1,0 +1,62 @@
+#include "context/shape_validation.hpp"
+
+#include "host/errors.hpp"
+#include "host/format.hpp"
+#include "host/host.hpp"
+#include "host/messages.hpp"
+#include "host/pyutil.hpp"
+
+namespace qm {
+
+namespace {
+
+nb::tuple shape_tuple(nb::handle array_like) { return nb::tuple(array_like.attr("shape")); }
+
+bool same(nb::handle a, nb::handle b) {
+    int r = PyObject_RichCompareBool(a.ptr(), b.ptr(), Py_EQ);
+    if (r < 0) throw nb::python_error();
+    return r == 1;
+}
+
+void validate_signals(nb::handle useful_signals, const nb::tuple& ref) {
+    nb::object ref_rows = ref[0];
+    for (nb::handle item : useful_signals.attr("items")()) {
+        nb::handle sid = item[0];
+        nb::handle signal = item[1];
+        nb::object weights = getattr_or_none(signal, "weights");
+        if (!weights.is_none() && !same(shape_tuple(weights), ref)) {
+            raise_error(host().EvaluationError,
+                        msg::signal_weights_shape(text_of(sid), text_of(shape_tuple(weights)), text_of(ref)));
+        }
+        nb::object pnl = getattr_or_none(signal, "pnl");
+        if (pnl.is_none()) continue;
+        nb::tuple pnl_shape = shape_tuple(pnl);
+        if (pnl_shape.size() == 0 || !same(pnl_shape[0], ref_rows)) {
+            raise_error(host().EvaluationError, msg::signal_pnl_shape(text_of(sid), text_of(pnl_shape), text_of(ref)));
+        }
+    }
+}
+
+}  // namespace
+
+void validate_evaluation_shapes(nb::handle features, nb::handle universe, nb::handle useful_signals) {
+    if (is_none_or_empty(features)) return;
+    nb::tuple ref = shape_tuple(features[0]);
+    Py_ssize_t count = length_of(features);
+    for (Py_ssize_t i = 1; i < count; ++i) {
+        nb::tuple shape = shape_tuple(features[i]);
+        if (!same(shape, ref)) {
+            raise_error(host().EvaluationError, msg::feature_dimension_mismatch(text_of(ref), i, text_of(shape)));
+        }
+    }
+    if (!universe.is_none()) {
+        nb::tuple shape = shape_tuple(universe);
+        if (!same(shape, ref)) {
+            raise_error(host().EvaluationError, msg::universe_dimension_mismatch(text_of(ref), text_of(shape)));
+        }
+    }
+    if (is_none_or_empty(useful_signals)) return;
+    validate_signals(useful_signals, ref);
+}
+
+}  // namespace qm

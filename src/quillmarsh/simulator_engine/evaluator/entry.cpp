@@ -1,0 +1,108 @@
+#include "evaluator/entry.hpp"
+
+#include <cstdint>
+
+#include "context/shape_validation.hpp"
+#include "context/stage_data.hpp"
+#include "evaluator/result.hpp"
+#include "fast_paths/leaf.hpp"
+#include "fast_paths/universe_mask.hpp"
+#include "graph/config_validation.hpp"
+#include "graph/identities.hpp"
+#include "host/errors.hpp"
+#include "host/format.hpp"
+#include "host/host.hpp"
+#include "host/messages.hpp"
+#include "host/pyutil.hpp"
+
+using namespace nb::literals;
+
+namespace qm {
+
+namespace {
+
+// Wraps the graph in the context's pending transform stages, on a deep copy
+// whose function nodes keep the state identities they had before wrapping.
+nb::object combine_transforms(nb::handle graph, nb::handle context) {
+    nb::object pipeline = getattr_or_none(context, "transform_pipeline");
+    if (is_none_or_empty(pipeline) || truthy(getattr_or_none(context, "transforms_already_combined"))) {
+        return nb::borrow(graph);
+    }
+    nb::object copy = host().deepcopy(graph);
+    invalidate_graph_evaluation_caches(copy);
+    annotate_state_identities(copy, "root");
+    nb::object combined = host().combine_signal_and_transforms(copy, pipeline, context.attr("metaparameters"),
+                                                               context.attr("registry"), context);
+    invalidate_graph_evaluation_caches(combined);
+    context.attr("transform_pipeline") = nb::list();
+    return combined;
+}
+
+[[noreturn]] void raise_missing_universe(nb::handle context, nb::handle features) {
+    nb::object feature_count = nb::none();
+    Py_ssize_t n = PyObject_Length(features.ptr());
+    if (n >= 0) feature_count = nb::int_(n);
+    else PyErr_Clear();
+    throw_error(host().MissingSimulationUniverseError(nb::make_tuple("universe", "universe_mask"),
+                                                      "pool_id"_a = getattr_or_none(context, "pool_id"),
+                                                      "universe_tag"_a = getattr_or_none(context, "universe_tag"),
+                                                      "feature_count"_a = feature_count));
+}
+
+void ensure_universe_mask(nb::handle context, nb::handle features) {
+    if (!getattr_or_none(context, "universe_mask").is_none()) return;
+    nb::object universe = getattr_or_none(context, "universe");
+    if (universe.is_none()) raise_missing_universe(context, features);
+    context.attr("universe_mask") = derive_universe_mask(universe);
+}
+
+nb::object run_general_evaluator(nb::handle graph, nb::handle context, const EvaluationOptions& options) {
+    PyErr_SetString(PyExc_NotImplementedError,
+                    "the general row-by-row evaluator is not available yet: only graphs that a fast path "
+                    "takes (a single feature leaf) can be evaluated");
+    throw nb::python_error();
+}
+
+}  // namespace
+
+nb::object evaluate_unlocked(nb::handle graph_in, nb::handle context, const EvaluationOptions& options) {
+    nb::object graph = combine_transforms(graph_in, context);
+    if (!truthy(getattr_or_none(context, "_skip_evaluation_shape_validation"))) {
+        validate_evaluation_shapes(context.attr("features"), getattr_or_none(context, "universe"),
+                                   getattr_or_none(context, "useful_signals"));
+    }
+    attach_stage_data_feature_leaves(graph, context);
+    nb::object features = context.attr("features");
+    if (length_of(features) == 0) raise_error(host().EvaluationError, msg::no_features());
+    ensure_universe_mask(context, features);
+    preflight_explicit_graph_config(getattr_or_none(context, "registry"), graph, "root");
+
+    if (can_use_leaf_fast_path(graph, context, options.function_states, options.data_nan_features)) {
+        return make_result(evaluate_leaf_fast(graph, context), nb::dict());
+    }
+    return run_general_evaluator(graph, context, options);
+}
+
+nb::object evaluate(nb::handle graph, nb::handle context, const EvaluationOptions& options) {
+    if (!is_instance(graph, host().FunctionGraphNode)) {
+        raise_error(host().SchemaError, msg::evaluate_graph_type(type_name_of(graph)));
+    }
+    nb::object lock = getattr_or_none(context, "_evaluation_lock");
+    if (lock.is_none() && is_instance(context, host().EvaluationContext)) {
+        lock = host().RLock();
+        context.attr("_evaluation_lock") = lock;
+    }
+    if (lock.is_none()) return evaluate_unlocked(graph, context, options);
+    lock.attr("acquire")();
+    nb::object result;
+    try {
+        result = evaluate_unlocked(graph, context, options);
+    } catch (...) {
+        lock.attr("release")();
+        throw;
+    }
+    lock.attr("release")();
+    return result;
+}
+
+}  // namespace qm

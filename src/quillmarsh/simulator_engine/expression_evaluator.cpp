@@ -1,0 +1,22 @@
+// quillmarsh.simulator_engine.expression_evaluator: executes function graphs
+// against feature matrices. One export per subsystem folder.
+#include <nanobind/nanobind.h>
+
+#include "host/host.hpp"
+
+namespace nb = nanobind;
+
+namespace qm {
+void export_graph(nb::module_& m);       // graph/: accessors, identities, caches, configuration checks
+void export_context(nb::module_& m);     // context/: EvaluationContext, input shapes, stage data
+void export_fast_paths(nb::module_& m);  // fast_paths/: masking rule and whole-matrix paths
+void export_evaluator(nb::module_& m);   // evaluator/: evaluate, EvaluationResult, general evaluator
+}  // namespace qm
+
+NB_MODULE(expression_evaluator, m) {
+    qm::load_host();
+    qm::export_graph(m);
+    qm::export_context(m);
+    qm::export_fast_paths(m);
+    qm::export_evaluator(m);
+}

@@ -1,0 +1,19 @@
+#include "fast_paths/common.hpp"
+
+#include <algorithm>
+
+#include "host/arrays.hpp"
+
+namespace qm {
+
+void store_last_row_register(nb::handle context, nb::handle result) {
+    std::int64_t rows = dim_of(result, 0), cols = dim_of(result, 1);
+    nb::object last = zeros_float64({1, cols});
+    if (rows > 0) {
+        const double* src = float64_data(result) + (rows - 1) * cols;
+        std::copy(src, src + cols, float64_data(last));
+    }
+    context.attr("registers") = last;
+}
+
+}  // namespace qm

@@ -1,0 +1,21 @@
+// Checks of function-node configurations against the registry's parameter
+// schemas: the explicit-configuration preflight run before any fast path, and
+// the validation of each node's effective configuration during collection.
+#pragma once
+
+#include <string>
+
+#include <nanobind/nanobind.h>
+
+namespace nb = nanobind;
+
+namespace qm {
+
+// Walks the graph from `node` (named `path`) and rejects engine-only and (for
+// "virtualization" functions) unknown parameters in explicit configurations.
+void preflight_explicit_graph_config(nb::handle registry, nb::handle node, const std::string& path);
+
+// The set of parameter names a registry entry's schema allows.
+nb::set param_schema_names(nb::handle entry);
+
+}  // namespace qm

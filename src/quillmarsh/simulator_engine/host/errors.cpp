@@ -1,0 +1,31 @@
+#include "host/errors.hpp"
+
+namespace qm {
+
+nb::object make_error(nb::handle cls, const std::string& message) {
+    return cls(nb::str(message.data(), message.size()));
+}
+
+void throw_error(nb::handle exc) {
+    PyErr_SetObject(reinterpret_cast<PyObject*>(Py_TYPE(exc.ptr())), exc.ptr());
+    throw nb::python_error();
+}
+
+void raise_error(nb::handle cls, const std::string& message) { throw_error(make_error(cls, message)); }
+
+void throw_error_from(nb::handle exc, const nb::python_error& cause) {
+    nb::object value = nb::borrow(cause.value());
+    PyException_SetCause(exc.ptr(), value.inc_ref().ptr());
+    PyException_SetContext(exc.ptr(), value.inc_ref().ptr());
+    throw_error(exc);
+}
+
+void raise_error_from(nb::handle cls, const std::string& message, const nb::python_error& cause) {
+    throw_error_from(make_error(cls, message), cause);
+}
+
+bool error_is(const nb::python_error& err, nb::handle cls) {
+    return PyObject_IsInstance(err.value().ptr(), cls.ptr()) == 1;
+}
+
+}  // namespace qm

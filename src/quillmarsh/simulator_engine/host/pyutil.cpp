@@ -1,0 +1,61 @@
+#include "host/pyutil.hpp"
+
+namespace qm {
+
+bool truthy(nb::handle obj) {
+    int r = PyObject_IsTrue(obj.ptr());
+    if (r < 0) throw nb::python_error();
+    return r == 1;
+}
+
+bool is_none_or_empty(nb::handle obj) {
+    if (obj.is_none()) return true;
+    if (PyObject_HasAttrString(reinterpret_cast<PyObject*>(Py_TYPE(obj.ptr())), "__len__")) {
+        return length_of(obj) == 0;
+    }
+    return !truthy(obj);
+}
+
+bool str_eq(nb::handle obj, const char* text) {
+    return PyUnicode_Check(obj.ptr()) && PyUnicode_CompareWithASCIIString(obj.ptr(), text) == 0;
+}
+
+nb::object getattr_or_none(nb::handle obj, const char* name) {
+    PyObject* value = nullptr;
+    int r = PyObject_GetOptionalAttrString(obj.ptr(), name, &value);
+    if (r < 0) throw nb::python_error();
+    if (r == 0) return nb::none();
+    return nb::steal(value);
+}
+
+bool has_attr(nb::handle obj, const char* name) {
+    int r = PyObject_HasAttrStringWithError(obj.ptr(), name);
+    if (r < 0) throw nb::python_error();
+    return r == 1;
+}
+
+bool contains(nb::handle container, nb::handle key) {
+    int r = PySequence_Contains(container.ptr(), key.ptr());
+    if (r < 0) throw nb::python_error();
+    return r == 1;
+}
+
+Py_ssize_t length_of(nb::handle obj) {
+    Py_ssize_t n = PyObject_Length(obj.ptr());
+    if (n < 0) throw nb::python_error();
+    return n;
+}
+
+bool is_instance(nb::handle obj, nb::handle cls) {
+    int r = PyObject_IsInstance(obj.ptr(), cls.ptr());
+    if (r < 0) throw nb::python_error();
+    return r == 1;
+}
+
+RecursionGuard::RecursionGuard(const char* where) {
+    if (Py_EnterRecursiveCall(where) != 0) throw nb::python_error();
+}
+
+RecursionGuard::~RecursionGuard() { Py_LeaveRecursiveCall(); }
+
+}  // namespace qm

@@ -1,0 +1,48 @@
+// Small helpers over the Python object protocol, shared by every subsystem.
+#pragma once
+
+#include <string>
+
+#include <nanobind/nanobind.h>
+#include <nanobind/stl/string.h>
+
+namespace nb = nanobind;
+
+namespace qm {
+
+// Truth value of a Python object; errors propagate.
+bool truthy(nb::handle obj);
+
+// "Absent or empty": None, an object of length 0, or (for objects without a
+// length) a false truth value.
+bool is_none_or_empty(nb::handle obj);
+
+// True when `obj` is a str equal to `text`.
+bool str_eq(nb::handle obj, const char* text);
+
+// getattr(obj, name, None); errors other than AttributeError propagate.
+nb::object getattr_or_none(nb::handle obj, const char* name);
+
+// hasattr(obj, name); errors other than AttributeError propagate.
+bool has_attr(nb::handle obj, const char* name);
+
+// `key in container`; errors propagate.
+bool contains(nb::handle container, nb::handle key);
+
+// len(obj); errors propagate.
+Py_ssize_t length_of(nb::handle obj);
+
+// isinstance(obj, cls); errors propagate.
+bool is_instance(nb::handle obj, nb::handle cls);
+
+// Guards a recursive walk over caller-built trees: a cycle or an absurdly deep
+// tree raises RecursionError instead of exhausting the C stack.
+class RecursionGuard {
+public:
+    explicit RecursionGuard(const char* where);
+    ~RecursionGuard();
+    RecursionGuard(const RecursionGuard&) = delete;
+    RecursionGuard& operator=(const RecursionGuard&) = delete;
+};
+
+}  // namespace qm
