@@ -39,6 +39,17 @@ nb::set param_schema_names(nb::handle entry) {
     return names;
 }
 
+void validate_graph_function_config(nb::handle registry, nb::handle function_name, nb::handle config,
+                                    const std::string& path) {
+    PyErr_SetString(PyExc_NotImplementedError, "configuration validation is not available yet");
+    throw nb::python_error();
+}
+
+nb::list config_param_names(nb::handle entry) {
+    PyErr_SetString(PyExc_NotImplementedError, "configuration parameter names are not available yet");
+    throw nb::python_error();
+}
+
 void preflight_explicit_graph_config(nb::handle registry, nb::handle node, const std::string& path) {
     RecursionGuard guard(" while checking graph configuration");
     require_graph_node_instance(node, path);

@@ -18,4 +18,12 @@ void preflight_explicit_graph_config(nb::handle registry, nb::handle node, const
 // The set of parameter names a registry entry's schema allows.
 nb::set param_schema_names(nb::handle entry);
 
+// Validates a function node's effective configuration (explicit config plus
+// configuration literals): engine-only, missing required and unknown parameters.
+void validate_graph_function_config(nb::handle registry, nb::handle function_name, nb::handle config,
+                                    const std::string& path);
+
+// Names (str) of the schema parameters that configuration literals fill, in schema order.
+nb::list config_param_names(nb::handle entry);
+
 }  // namespace qm
