@@ -1,0 +1,57 @@
+import numpy as np
+import pytest
+
+from quillmarsh.simulator_engine import expression_evaluator as ee
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import StageData, TransformStage
+
+
+def _context(stage_values=None, **kwargs):
+    features = [np.zeros((4, 3)) for _ in range(3)]
+    index = {"a": 0, "b": 1, "c": 2}
+    return ee.EvaluationContext(features, index, stage_data=StageData(stage_values), **kwargs)
+
+
+def _graph(*names):
+    return Node("rotation", "f", [Node("feature", name) for name in names])
+
+
+def test_empty_stage_data_changes_nothing():
+    ctx = _context()
+    features, index = ctx.features, ctx.feature_index
+    ee._attach_stage_data_feature_leaves(_graph("depth"), ctx)
+    assert ctx.features is features and ctx.feature_index is index
+
+
+def test_two_dimensional_values_are_attached_in_name_order():
+    depth = np.arange(12, dtype=np.int64).reshape(4, 3)
+    ctx = _context({"depth": depth, "beta": np.ones((4, 3)), "alpha": np.ones((4, 3)), "flat": np.ones(3),
+                    "a": np.full((4, 3), 7.0)})
+    ee._attach_stage_data_feature_leaves(_graph("depth", "beta", "alpha", "flat", "a"), ctx)
+    assert ctx.feature_index == {"a": 0, "b": 1, "c": 2, "alpha": 3, "beta": 4, "depth": 5}
+    assert isinstance(ctx.features, tuple) and len(ctx.features) == 6
+    assert ctx.features[5].dtype == np.float64 and ctx.features[5].flags.c_contiguous
+    np.testing.assert_array_equal(ctx.features[5], depth)
+    assert not ctx.features[0].any()
+
+
+def test_attached_leaf_evaluates_through_the_engine():
+    ctx = _context({"depth": np.full((4, 3), 2.0)}, universe=np.ones((4, 3)))
+    weights, _ = ee.evaluate(Node("feature", "depth"), ctx)
+    np.testing.assert_array_equal(weights, np.full((4, 3), 2.0))
+
+
+@pytest.mark.parametrize(
+    "metaparameters, pool_id, expected",
+    [
+        ({"scale": 2.0, "pool_a": {"scale": 3.0}}, "pool_a", 2.0),
+        ({"scale": None}, None, None),
+        ({"pool_a": {"scale": 3.0}}, "pool_a", 3.0),
+        ({"pool_a": "scale"}, "pool_a", "dflt"),
+        ({"pool_a": {"scale": 3.0}}, None, "dflt"),
+    ],
+)
+def test_resolve_stage_option(metaparameters, pool_id, expected):
+    ctx = _context(metaparameters=metaparameters, pool_id=pool_id)
+    stage = TransformStage(name="scale", function_name="g", default="dflt")
+    assert ee._resolve_stage_option(ctx, stage) == expected

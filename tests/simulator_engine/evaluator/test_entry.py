@@ -1,0 +1,127 @@
+import threading
+
+import numpy as np
+import pytest
+
+from quillmarsh.simulator_engine import expression_evaluator as ee
+from quillmarsh.simulator_engine._types import EvaluationError, FunctionExecutionError, SchemaError, TransformStage
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+
+
+def _context(**kwargs):
+    data = np.arange(8.0).reshape(2, 4)
+    kwargs.setdefault("universe", np.ones((2, 4)))
+    return ee.EvaluationContext([data], {"close": 0}, **kwargs)
+
+
+LEAF = Node("feature", "close")
+
+
+def test_non_node_graph_is_rejected_before_the_context_is_touched():
+    with pytest.raises(SchemaError) as err:
+        ee.evaluate({"type": "feature"}, object())
+    assert str(err.value) == "evaluate graph must be FunctionGraphNode; got dict"
+
+
+def test_result_behaves_as_pair_and_as_weights():
+    result = ee.evaluate(LEAF, _context())
+    weights, states = result
+    assert len(result) == 2 and states == {}
+    assert result[0] is weights and result[-2] is weights and result[-1] is states
+    assert result[:1] == (weights,)
+    assert result.shape == (2, 4) and result.T.shape == (4, 2)
+    assert np.asarray(result, dtype=np.float32).dtype == np.float32
+    assert result.nan_source == {} and result.node_outputs == {}
+    with pytest.raises(IndexError):
+        result[2]
+    with pytest.raises(TypeError):
+        result["weights"]
+    with pytest.raises(AttributeError, match="no attribute 'nope'"):
+        result.nope
+
+
+def test_no_features_is_an_error():
+    ctx = ee.EvaluationContext([], {}, universe=np.ones((2, 2)))
+    with pytest.raises(EvaluationError, match="^No features provided$"):
+        ee.evaluate(LEAF, ctx)
+
+
+def test_missing_universe_names_inputs_and_context_fields():
+    ctx = _context(universe=None, pool_id="pool_a", universe_tag="us")
+    with pytest.raises(ee.MissingSimulationUniverseError) as err:
+        ee.evaluate(LEAF, ctx)
+    assert err.value.missing_args == ["universe", "universe_mask"]
+    assert (err.value.pool_id, err.value.universe_tag, err.value.feature_count) == ("pool_a", "us", 1)
+
+
+def test_universe_mask_without_universe_is_accepted():
+    ctx = _context(universe=None, universe_mask=np.ones((2, 4), dtype=np.uint8))
+    np.testing.assert_array_equal(ee.evaluate(LEAF, ctx)[0], np.arange(8.0).reshape(2, 4))
+
+
+def test_preflight_rejects_engine_only_config_even_on_a_fast_path_graph():
+    graph = Node("rotation", "latitudinal_rank_688068", [LEAF], config={"N_alloc": 3, "A": 1})
+    with pytest.raises(FunctionExecutionError) as err:
+        ee.evaluate(graph, _context())
+    assert str(err.value) == (
+        "Function 'latitudinal_rank_688068' at node 'root' config contains engine-only parameter(s): A, N_alloc"
+    )
+
+
+def test_transform_pipeline_is_combined_into_a_copy_once():
+    ctx = _context(transform_pipeline=[TransformStage("st", "missing_fn")])
+    inner = Node("rotation", "f", [LEAF])
+    graph = Node("rotation", "g", [inner])
+    with pytest.raises(Exception):
+        ee.evaluate(graph, ctx)
+    assert ctx.transform_pipeline == []
+    assert not hasattr(inner, "_state_identity") and graph.children == [inner]
+
+
+def test_already_combined_pipeline_is_kept():
+    stages = [TransformStage("st", "missing_fn")]
+    ctx = _context(transform_pipeline=stages, transforms_already_combined=True)
+    ee.evaluate(LEAF, ctx)
+    assert ctx.transform_pipeline is stages
+
+
+def test_lock_is_created_when_removed_and_kept():
+    ctx = _context()
+    del ctx._evaluation_lock
+    ee.evaluate(LEAF, ctx)
+    lock = ctx._evaluation_lock
+    ee.evaluate(LEAF, ctx)
+    assert ctx._evaluation_lock is lock
+
+
+class _BareContext:
+    def __init__(self, ctx):
+        self.__dict__.update(ctx.__getstate__())
+
+
+def test_context_without_lock_is_evaluated_unlocked():
+    bare = _BareContext(_context())
+    ee.evaluate(LEAF, bare)
+    assert not hasattr(bare, "_evaluation_lock")
+
+
+def test_same_context_is_serialised_across_threads():
+    ctx = _context()
+    ctx._evaluation_lock.acquire()
+    done = threading.Event()
+    worker = threading.Thread(target=lambda: (ee.evaluate(LEAF, ctx), done.set()))
+    worker.start()
+    assert not done.wait(0.2)
+    ctx._evaluation_lock.release()
+    assert done.wait(5)
+    worker.join()
+
+
+def test_lock_is_reentrant_on_one_thread_and_released_after_failure():
+    ctx = _context()
+    with ctx._evaluation_lock:
+        ee.evaluate(LEAF, ctx)
+    with pytest.raises(SchemaError):
+        ee.evaluate(Node("feature", "close", [{"bad": 1}]), ctx)
+    assert ctx._evaluation_lock.acquire(blocking=False)
+    ctx._evaluation_lock.release()

@@ -1,0 +1,83 @@
+import numpy as np
+import pytest
+
+from quillmarsh.simulator_engine import expression_evaluator as ee
+from quillmarsh.simulator_engine._types import EvaluationError
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+
+UNIVERSE_ROW = [0.0, -0.0, np.nan, 1.0, 0.5, np.inf, -2.0]
+EXPECTED_LIVE = [False, False, False, True, True, True, True]
+
+
+def _context(data, universe=None, **kwargs):
+    return ee.EvaluationContext([data], {"close": 0}, universe=universe, **kwargs)
+
+
+@pytest.mark.parametrize("shape", [(7,), (3, 7)])
+def test_masking_rule_per_cell(shape):
+    data = np.arange(np.prod(shape), dtype=float).reshape(shape) + 1
+    universe = np.broadcast_to(np.array(UNIVERSE_ROW), shape).copy()
+    before = data.copy()
+    out = ee._apply_universe_mask(data, universe)
+    np.testing.assert_array_equal(np.isnan(out), np.broadcast_to(~np.array(EXPECTED_LIVE), shape))
+    np.testing.assert_array_equal(out[~np.isnan(out)], data[np.broadcast_to(EXPECTED_LIVE, shape)])
+    np.testing.assert_array_equal(data, before)
+    assert out.dtype == np.float64
+
+
+def test_no_universe_returns_the_data_itself():
+    data = np.array([1.0, np.nan])
+    assert ee._apply_universe_mask(data, None) is data
+
+
+def test_universe_mask_derivation():
+    ctx = _context(np.ones((1, 4)), universe=np.array([[1.0, 0.0, np.nan, np.inf]]))
+    ee.evaluate(Node("feature", "close"), ctx)
+    assert ctx.universe_mask.dtype == np.uint8 and ctx.universe_mask.flags.c_contiguous
+    np.testing.assert_array_equal(ctx.universe_mask, [[1, 0, 0, 0]])
+
+
+@pytest.mark.parametrize(
+    "graph_type, name, states, nan_features, expected",
+    [
+        ("feature", "close", None, None, True),
+        ("aggregation", "close", {}, [], True),
+        ("feature", "close", {"root": 1}, None, False),
+        ("feature", "close", None, ["close"], False),
+        ("feature", "open", None, None, False),
+        ("rotation", "close", None, None, False),
+    ],
+)
+def test_leaf_detector(graph_type, name, states, nan_features, expected):
+    ctx = _context(np.ones((2, 2)))
+    got = ee._can_use_leaf_fast_path(Node(graph_type, name), ctx, states, data_nan_features=nan_features)
+    assert got is expected
+
+
+def test_leaf_shares_the_feature_matrix_without_universe():
+    data = np.arange(6.0).reshape(2, 3)
+    ctx = _context(data)
+    assert ee._evaluate_leaf_fast(Node("feature", "close"), ctx) is data
+    np.testing.assert_array_equal(ctx.registers, [[3.0, 4.0, 5.0]])
+
+
+def test_leaf_converts_non_float_and_non_contiguous_input():
+    data = np.arange(12, dtype=np.int32).reshape(3, 4)[:, ::2]
+    out = ee._evaluate_leaf_fast(Node("feature", "close"), _context(data, validate_inputs=False))
+    assert out.dtype == np.float64 and out.flags.c_contiguous
+    np.testing.assert_array_equal(out, data)
+
+
+def test_leaf_with_no_rows_stores_zero_register():
+    ctx = _context(np.ones((0, 3)))
+    out = ee._evaluate_leaf_fast(Node("feature", "close"), ctx)
+    assert out.shape == (0, 3)
+    np.testing.assert_array_equal(ctx.registers, np.zeros((1, 3)))
+
+
+def test_feature_matrix_for_fast_path():
+    data = np.array([[1.0, 2.0]])
+    ctx = _context(data, universe=np.array([[1.0, 0.0]]))
+    np.testing.assert_array_equal(ee._feature_matrix_for_fast_path(Node("feature", "close"), ctx), [[1.0, np.nan]])
+    with pytest.raises(EvaluationError, match=r"^Feature 'volume' not in context$"):
+        ee._feature_matrix_for_fast_path(Node("feature", "volume"), ctx)
