@@ -2,6 +2,8 @@
 #include <nanobind/nanobind.h>
 
 #include "fast_paths/leaf.hpp"
+#include "fast_paths/rank_entry.hpp"
+#include "fast_paths/rolling_entry.hpp"
 #include "fast_paths/universe_mask.hpp"
 
 namespace nb = nanobind;
@@ -15,6 +17,8 @@ void export_fast_paths(nb::module_& m) {
           nb::kw_only(), "data_nan_features"_a.none() = nb::none());
     m.def("_evaluate_leaf_fast", &evaluate_leaf_fast, "graph"_a, "context"_a);
     m.def("_feature_matrix_for_fast_path", &feature_matrix_for_fast_path, "node"_a, "context"_a);
+    m.def("_batch_rank", &batch_rank, "data"_a.none(), "universe"_a.none() = nb::none());
+    m.def("_rolling_longitudinal_fast", &rolling_longitudinal_fast, "data"_a.none(), "window"_a.none(), "name"_a.none());
 }
 
 }  // namespace qm

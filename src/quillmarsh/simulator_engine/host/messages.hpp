@@ -58,4 +58,15 @@ inline std::string config_missing(const std::string& name, const std::string& pa
     return "Function '" + name + "' at node '" + path + "' config missing required parameter(s): " + joined;
 }
 
+// Whole-matrix kernels.
+inline std::string window_too_small(long long window) {
+    return "window must be at least 1, got " + std::to_string(window);
+}
+inline std::string kernel_matrix_ndim(const std::string& kernel, const std::string& shape) {
+    return kernel + " data must be a two-dimensional matrix; got shape " + shape;
+}
+inline std::string rank_universe_shape(const std::string& universe_shape, const std::string& data_shape) {
+    return "rank universe shape " + universe_shape + " does not match data shape " + data_shape;
+}
+
 }  // namespace qm::msg
