@@ -5,8 +5,8 @@
 
 #include "graph/accessors.hpp"
 #include "host/host.hpp"
-#include "host/pyutil.hpp"
 #include "host/format.hpp"
+#include "host/pyutil.hpp"
 
 using namespace nb::literals;
 
@@ -81,7 +81,9 @@ std::string joined(const std::vector<std::string>& parts) {
 std::string child_values(nb::handle node, const std::string& path) {
     std::vector<std::string> parts;
     size_t i = 0;
-    for (nb::handle child : graph_children(node)) parts.push_back(text_of(require_graph_node_value(child, child_path(path, i++))));
+    for (nb::handle child : graph_children(node)) {
+        parts.push_back(text_of(require_graph_node_value(child, child_path(path, i++))));
+    }
     return joined(parts);
 }
 
@@ -94,7 +96,9 @@ std::string child_descriptions(nb::handle node, const std::string& path) {
 
 // "filtration(<first child>)"; later children are not described.
 std::string describe_filtration(nb::handle node, const std::string& path) {
-    for (nb::handle first : graph_children(node)) return "filtration(" + describe_dict_filter(first, child_path(path, 0)) + ")";
+    for (nb::handle first : graph_children(node)) {
+        return "filtration(" + describe_dict_filter(first, child_path(path, 0)) + ")";
+    }
     return "filtration()";
 }
 

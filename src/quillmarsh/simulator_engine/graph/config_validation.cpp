@@ -54,27 +54,33 @@ bool registry_has(nb::handle registry, nb::handle function_name) {
     return !registry.is_none() && truthy(registry.attr("has")(function_name));
 }
 
-void reject_engine_only(nb::handle config, const std::string& name, const std::string& path) {
+void reject_engine_only(nb::handle config, nb::handle name, const std::string& path) {
     Names engine_only = engine_only_keys(config);
     if (!engine_only.empty()) {
-        raise_error(host().FunctionExecutionError, msg::config_engine_only(name, path, joined_sorted(engine_only)));
+        raise_error(host().FunctionExecutionError,
+                    msg::config_engine_only(text_of(name), path, joined_sorted(engine_only)));
     }
 }
 
-void reject_unknown(const Names& unknown, const std::string& name, const std::string& path) {
+void reject_missing(const Names& missing, nb::handle name, const std::string& path) {
+    if (!missing.empty()) {
+        raise_error(host().FunctionExecutionError, msg::config_missing(text_of(name), path, joined_sorted(missing)));
+    }
+}
+
+void reject_unknown(const Names& unknown, nb::handle name, const std::string& path) {
     if (!unknown.empty()) {
-        raise_error(host().FunctionExecutionError, msg::config_unknown(name, path, joined_sorted(unknown)));
+        raise_error(host().FunctionExecutionError, msg::config_unknown(text_of(name), path, joined_sorted(unknown)));
     }
 }
 
 void preflight_function_node(nb::handle registry, nb::handle node, nb::handle nval, const std::string& path) {
     nb::dict config = graph_config_dict(node);
-    std::string name = text_of(nval);
-    reject_engine_only(config, name, path);
+    reject_engine_only(config, nval, path);
     if (!registry_has(registry, nval)) return;
     nb::object entry = registry.attr("get_entry")(nval);
     nb::set allowed = param_schema_names(entry);
-    if (is_virtualization(entry) && allowed.size() > 0) reject_unknown(keys_outside(config, allowed), name, path);
+    if (is_virtualization(entry) && allowed.size() > 0) reject_unknown(keys_outside(config, allowed), nval, path);
 }
 
 }  // namespace
@@ -86,26 +92,24 @@ void preflight_explicit_graph_config(nb::handle registry, nb::handle node, const
     nb::object nval = require_graph_node_value(node, path);
     if (is_function_node_type(ntype)) preflight_function_node(registry, node, nval, path);
     size_t i = 0;
-    for (nb::handle child : graph_children(node)) preflight_explicit_graph_config(registry, child, child_path(path, i++));
+    for (nb::handle child : graph_children(node)) {
+        preflight_explicit_graph_config(registry, child, child_path(path, i++));
+    }
 }
 
 void validate_graph_function_config(nb::handle registry, nb::handle function_name, nb::handle config,
                                     const std::string& path) {
-    std::string name = text_of(function_name);
-    reject_engine_only(config, name, path);
+    reject_engine_only(config, function_name, path);
     if (!registry_has(registry, function_name)) return;
     nb::object entry = registry.attr("get_entry")(function_name);
     nb::set allowed = param_schema_names(entry);
-    Names missing = missing_required(entry, config);
-    if (!missing.empty()) {
-        raise_error(host().FunctionExecutionError, msg::config_missing(name, path, joined_sorted(missing)));
-    }
+    reject_missing(missing_required(entry, config), function_name, path);
     if (!is_virtualization(entry)) return;
     if (allowed.size() == 0) {
-        reject_unknown(all_keys(config), name, path);
+        reject_unknown(all_keys(config), function_name, path);
         return;
     }
-    reject_unknown(keys_outside(config, allowed), name, path);
+    reject_unknown(keys_outside(config, allowed), function_name, path);
 }
 
 }  // namespace qm
