@@ -1,5 +1,5 @@
 import pytest
-from schema_fakes import entry, registry
+from .schema_fakes import entry, registry
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import (EvaluationError, FunctionExecutionError, FunctionGraphNode as N,

@@ -1,6 +1,6 @@
 import numpy as np
 import pytest
-from schema_fakes import Rec, entry
+from .schema_fakes import Rec, entry
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
 
