@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/arrays.hpp"
+#include "host/pyutil.hpp"
 
 namespace qm {
 
@@ -14,6 +15,12 @@ void store_last_row_register(nb::handle context, nb::handle result) {
         std::copy(src, src + cols, float64_data(last));
     }
     context.attr("registers") = last;
+}
+
+bool context_has_no_signals_or_transforms(nb::handle context) {
+    return is_none_or_empty(getattr_or_none(context, "useful_signals")) &&
+           is_none_or_empty(getattr_or_none(context, "transform_pipeline")) &&
+           is_none_or_empty(getattr_or_none(context, "metaparameters"));
 }
 
 }  // namespace qm

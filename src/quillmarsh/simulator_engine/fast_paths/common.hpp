@@ -11,4 +11,8 @@ namespace qm {
 // of `result`, or zeros when `result` has no rows.
 void store_last_row_register(nb::handle context, nb::handle result);
 
+// True when the context's useful_signals, transform_pipeline and
+// metaparameters are each absent or empty, tested in that order.
+bool context_has_no_signals_or_transforms(nb::handle context);
+
 }  // namespace qm

@@ -1,5 +1,7 @@
 #include "fast_paths/rolling_entry.hpp"
 
+#include <limits>
+
 #include "fast_paths/longitudinal_names.hpp"
 #include "fast_paths/rolling.hpp"
 #include "host/arrays.hpp"
@@ -18,13 +20,15 @@ RollingStatistic statistic_for(nb::handle name) {
     return RollingStatistic::ZScore;
 }
 
+// The window as an integer; one too large for 64 bits is longer than any
+// matrix, so it is clamped (the result is all NaN either way).
 long long window_length(nb::handle window) {
-    PyObject* index = PyNumber_Index(window.ptr());
-    if (!index) throw nb::python_error();
-    long long length = PyLong_AsLongLong(index);
-    Py_DECREF(index);
-    if (length == -1 && PyErr_Occurred()) throw nb::python_error();
-    if (length < 1) raise_error(nb::handle(PyExc_ValueError), msg::window_too_small(length));
+    nb::object index = nb::steal(PyNumber_Index(window.ptr()));
+    if (!index.is_valid()) throw nb::python_error();
+    int overflow = 0;
+    long long length = PyLong_AsLongLongAndOverflow(index.ptr(), &overflow);
+    if (overflow > 0) return std::numeric_limits<long long>::max();
+    if (overflow < 0 || length < 1) raise_error(nb::handle(PyExc_ValueError), msg::window_too_small(text_of(index)));
     return length;
 }
 

@@ -80,8 +80,8 @@ inline std::string signal_weights_mismatch(const std::string& sid, const std::st
 }
 
 // Whole-matrix kernels.
-inline std::string window_too_small(long long window) {
-    return "window must be at least 1, got " + std::to_string(window);
+inline std::string window_too_small(const std::string& window) {
+    return "window must be at least 1, got " + window;
 }
 inline std::string kernel_matrix_ndim(const std::string& kernel, const std::string& shape) {
     return kernel + " data must be a two-dimensional matrix; got shape " + shape;
