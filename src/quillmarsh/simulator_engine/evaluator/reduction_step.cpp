@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "evaluator/column_mean.hpp"
 #include "evaluator/node_steps.hpp"
 #include "evaluator/row_arrays.hpp"
 #include "host/arrays.hpp"
@@ -15,22 +16,6 @@
 namespace qm {
 
 namespace {
-
-// out[j] = mean over the rows of column j, summed in row order as NumPy does
-// for axis 0 of a C-contiguous matrix; NaN propagates, no rows give NaN.
-void column_mean(const double* rows, std::int64_t count, std::int64_t n, double* out) {
-    if (count == 0) {
-        std::fill(out, out + n, NAN);
-        return;
-    }
-    std::copy(rows, rows + n, out);
-    for (std::int64_t r = 1; r < count; ++r) {
-        const double* row = rows + r * n;
-        for (std::int64_t j = 0; j < n; ++j) out[j] += row[j];
-    }
-    const double divisor = static_cast<double>(count);
-    for (std::int64_t j = 0; j < n; ++j) out[j] /= divisor;
-}
 
 [[noreturn]] void raise_no_signals(const Instruction& ins, std::int64_t t) {
     raise_error(host().EvaluationError, msg::reduction_without_signals(text_of(ins.name), text_of(ins.path), t));
