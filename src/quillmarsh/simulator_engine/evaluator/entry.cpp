@@ -69,8 +69,8 @@ nb::object evaluate_unlocked(nb::handle graph_in, nb::handle context, const Eval
     nb::object features = context.attr("features");
     if (length_of(features) == 0) raise_error(host().EvaluationError, msg::no_features());
     nb::object shape = features[0].attr("shape");
-    const auto T = nb::cast<std::int64_t>(shape[0]);
-    const auto N = nb::cast<std::int64_t>(shape[1]);
+    const std::int64_t T = index_value(shape[0]);
+    const std::int64_t N = index_value(shape[1]);
     ensure_universe_mask(context, features);
     preflight_explicit_graph_config(getattr_or_none(context, "registry"), graph, "root");
 
