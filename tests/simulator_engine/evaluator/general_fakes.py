@@ -75,9 +75,6 @@ class FakeRegistry:
         self.created.append(("create_instance_from_state", name, state, config))
         return self.factories[name]()
 
-    def has_factory(self, name):
-        return name in self.factories
-
     def get_function_version(self, name):
         return f"{name}@1"
 

@@ -43,27 +43,21 @@ def test_bad_int_literal_fails_when_its_row_is_first_computed():
         _args_seen([Node("int", "seven")])
 
 
-@pytest.mark.parametrize("universe_value", [0.0, -0.0, np.nan])
-def test_inactive_universe_cells_mask_the_feature_row(universe_value):
-    universe = np.ones((4, 3))
-    universe[:, 1] = universe_value
-    f = Fn(lambda x: x)
-    result = ee.evaluate(Node("rotation", "f", [CLOSE]), make_context(universe=universe),
-                         bound_function_instances={"root": f})
-    expected = np.arange(12.0).reshape(4, 3)
-    expected[:, 1] = np.nan
-    np.testing.assert_array_equal(result.weights, expected)
-
-
-def test_infinite_universe_is_live_and_absent_universe_passes_nan_through():
-    data = np.array([[1.0, np.nan, 3.0]])
-    identity = {"root": Fn(lambda x: x)}
-    live = ee.evaluate(Node("rotation", "f", [CLOSE]), make_context([data], {"close": 0}, universe=np.full((1, 3), np.inf)),
-                       bound_function_instances=identity)
-    raw = ee.evaluate(Node("rotation", "f", [CLOSE]), make_context([data], {"close": 0}, universe=None),
-                      bound_function_instances=identity)
-    np.testing.assert_array_equal(live.weights, data)
-    np.testing.assert_array_equal(raw.weights, data)
+@pytest.mark.parametrize("universe_value, masked", [(0.0, True), (-0.0, True), (np.nan, True), (np.inf, False),
+                                                    (None, False)])
+def test_universe_masks_inactive_cells_of_feature_rows(universe_value, masked):
+    data = np.arange(12.0).reshape(4, 3)
+    data[0, 0] = np.nan
+    universe = None
+    if universe_value is not None:
+        universe = np.ones((4, 3))
+        universe[:, 1] = universe_value
+    out = ee.evaluate(Node("rotation", "f", [CLOSE]), make_context([data], {"close": 0}, universe=universe),
+                      bound_function_instances={"root": Fn(lambda x: x)})
+    expected = data.copy()
+    if masked:
+        expected[:, 1] = np.nan
+    np.testing.assert_array_equal(out.weights, expected)
 
 
 def test_bound_instances_get_register_views_without_context():

@@ -36,7 +36,6 @@ public:
     void seed(const NodeTables& tables, const nb::dict& reg_map, nb::handle data_nan_features,
               nb::handle precomputed_nan_source);
 
-    bool tracking() const { return track_; }
     bool is_marked(std::int64_t reg) const { return marked_[static_cast<std::size_t>(reg)] != 0; }
     const nb::dict& nan_source() const { return nan_source_; }
 
