@@ -1,7 +1,7 @@
 """Preparation checks: feature shapes, function-state keys and warm-up rows."""
 import numpy as np
 import pytest
-from .general_fakes import PENDING, Accumulator, Fn, FakeRegistry, make_context
+from .general_fakes import Accumulator, Fn, FakeRegistry, make_context
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import EvaluationError, EvaluationShapeError, FunctionState

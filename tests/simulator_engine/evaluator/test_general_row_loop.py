@@ -1,7 +1,7 @@
 """The per-row loop: leaf rows, argument conventions, instance failures and result checks."""
 import numpy as np
 import pytest
-from .general_fakes import PENDING, Fn, FakeRegistry, make_context
+from .general_fakes import Fn, FakeRegistry, make_context
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import EvaluationShapeError, FunctionExecutionError

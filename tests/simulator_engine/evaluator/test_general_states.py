@@ -1,6 +1,6 @@
 """Saved states of stateful instances and the get_state_failed log event."""
 import pytest
-from .general_fakes import PENDING, Accumulator, FakeRegistry, make_context
+from .general_fakes import Accumulator, FakeRegistry, make_context
 from structlog.testing import capture_logs
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
