@@ -1,6 +1,7 @@
 // The checks every function and reduction result passes before it is stored:
 // an array must have shape (N_alloc,) and dtype float64; a plain number is
-// repeated across the row; anything else is assigned as NumPy assigns it.
+// repeated across the row; a sequence of numbers is assigned as NumPy assigns
+// it; anything else (None, text, mappings) is rejected with a typed error.
 #include <algorithm>
 #include <cmath>
 #include <cstring>
@@ -50,8 +51,15 @@ void store_function_result(GeneralEvaluation& ev, Program& program, const Instru
         std::fill(reg, reg + program.n, PyFloat_AS_DOUBLE(obj));
     } else if (PyArray_Check(obj)) {
         store_array(program, ins, reinterpret_cast<PyArrayObject*>(obj), t);
-    } else if (PyObject_SetItem(ev.local_registers.ptr(), nb::int_(ins.reg).ptr(), obj) != 0) {
-        throw nb::python_error();
+    } else if (PyNumber_Check(obj) || PyList_Check(obj) || PyTuple_Check(obj)) {
+        if (PyObject_SetItem(ev.local_registers.ptr(), nb::int_(ins.reg).ptr(), obj) != 0) {
+            nb::python_error err;
+            raise_error_from(host().EvaluationShapeError,
+                             msg::function_result_unusable(text_of(ins.name), type_name_of(result), program.n, t), err);
+        }
+    } else {
+        raise_error(host().EvaluationShapeError,
+                    msg::function_result_unusable(text_of(ins.name), type_name_of(result), program.n, t));
     }
 }
 

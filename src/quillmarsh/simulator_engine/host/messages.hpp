@@ -116,6 +116,11 @@ inline std::string function_result_shape(const std::string& name, const std::str
     return "Function '" + name + "' returned shape " + shape + ", expected (" + std::to_string(N) + ",) at row " +
            std::to_string(t);
 }
+inline std::string function_result_unusable(const std::string& name, const std::string& type_name, long long n,
+                                            long long t) {
+    return "Function '" + name + "' returned " + type_name + ", expected a float64 array of shape (" +
+           std::to_string(n) + ",) or a number at row " + std::to_string(t);
+}
 inline std::string function_result_dtype(const std::string& name, const std::string& dtype, long long t) {
     return "Function '" + name + "' returned dtype " + dtype + ", expected float64 at row " + std::to_string(t);
 }
