@@ -4,6 +4,7 @@
 
 #include "context/shape_validation.hpp"
 #include "context/stage_data.hpp"
+#include "evaluator/general_evaluator.hpp"
 #include "evaluator/result.hpp"
 #include "fast_paths/leaf.hpp"
 #include "fast_paths/longitudinal_path.hpp"
@@ -80,13 +81,6 @@ nb::object run_fast_path(nb::handle graph, nb::handle context, const EvaluationO
     return nb::none();
 }
 
-nb::object run_general_evaluator(nb::handle graph, nb::handle context, const EvaluationOptions& options) {
-    PyErr_SetString(PyExc_NotImplementedError,
-                    "the general row-by-row evaluator is not available yet: only graphs that a fast path "
-                    "takes (a single feature leaf) can be evaluated");
-    throw nb::python_error();
-}
-
 }  // namespace
 
 nb::object evaluate_unlocked(nb::handle graph_in, nb::handle context, const EvaluationOptions& options) {
@@ -98,13 +92,15 @@ nb::object evaluate_unlocked(nb::handle graph_in, nb::handle context, const Eval
     attach_stage_data_feature_leaves(graph, context);
     nb::object features = context.attr("features");
     if (length_of(features) == 0) raise_error(host().EvaluationError, msg::no_features());
-    std::int64_t rows = nb::cast<std::int64_t>(features[0].attr("shape")[0]);
+    nb::object shape = features[0].attr("shape");
+    const std::int64_t T = index_value(shape[0]);
+    const std::int64_t N = index_value(shape[1]);
     ensure_universe_mask(context, features);
     preflight_explicit_graph_config(getattr_or_none(context, "registry"), graph, "root");
 
-    nb::object fast = run_fast_path(graph, context, options, rows);
+    nb::object fast = run_fast_path(graph, context, options, T);
     if (!fast.is_none()) return fast;
-    return run_general_evaluator(graph, context, options);
+    return run_general_evaluator(graph, context, options, T, N);
 }
 
 nb::object evaluate(nb::handle graph, nb::handle context, const EvaluationOptions& options) {
