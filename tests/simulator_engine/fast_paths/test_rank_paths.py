@@ -3,7 +3,7 @@ import pytest
 
 from quillmarsh._reference.rank import rank_rows_reference
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import EvaluationError, SchemaError
+from quillmarsh.simulator_engine._types import EvaluationError, EvaluationShapeError, SchemaError
 from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
 
 from .fakes import COMBINE, RANK, FakeRegistry, context, feature, rank, stub_registry
@@ -145,3 +145,9 @@ def test_rank_multiply_gives_nothing_when_an_operand_gives_nothing(rank_module, 
     registers = ctx.registers
     assert ee._evaluate_rank_multiply_fast(MULTIPLY, ctx) is None
     assert len(rank_module.calls) == calls and ctx.registers is registers
+
+
+def test_rank_multiply_refuses_a_product_that_is_not_a_matrix(rank_module):
+    rank_module.results = [np.ones(5), np.ones(5)]
+    with pytest.raises(EvaluationShapeError, match=r"got shape \(5,\)$"):
+        ee._evaluate_rank_multiply_fast(MULTIPLY, _engine_context())

@@ -142,7 +142,10 @@ inline std::string filtration_failed(const std::string& desc, const std::string&
     return "Filtration resolution failed for filters: " + desc + ": " + type_name + ": " + text;
 }
 
-// Whole-matrix kernels.
+// Fast paths and whole-matrix kernels.
+inline std::string fast_path_result_shape(const std::string& shape) {
+    return "Fast path result must be a two-dimensional (T, N_alloc) matrix; got shape " + shape;
+}
 inline std::string window_too_small(const std::string& window) {
     return "window must be at least 1, got " + window;
 }
