@@ -7,7 +7,6 @@
 #include "graph/accessors.hpp"
 #include "graph/identities.hpp"
 #include "host/arrays.hpp"
-#include "host/errors.hpp"
 #include "host/pyutil.hpp"
 
 namespace qm {
