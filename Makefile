@@ -29,7 +29,11 @@ test: install
 demo: install
 	$(VENV)/bin/quillmarsh demo
 
-bench: install
+$(VENV)/.bench-deps: $(VENV)/.deps
+	$(PY) -m pip install -q pandas bottleneck
+	touch $@
+
+bench: install $(VENV)/.bench-deps
 	for script in bench/bench_*.py; do echo "== $$script"; $(PY) "$$script" || exit 1; done
 
 clean:
