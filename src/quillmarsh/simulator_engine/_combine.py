@@ -8,7 +8,7 @@ from quillmarsh.simulator_engine._types import FunctionGraphNode, TransformStage
 
 
 def resolve_stage_option(metaparameters: Any, pool_id: Any, stage: TransformStage) -> Any:
-    """The option of one stage: a top-level metaparameter, else the pool's own entry, else the default.
+    """A stage's option: the top-level metaparameter, else the pool's own entry, else the default.
 
     A top-level entry wins even when it is None (it switches the option off).
     """
@@ -24,7 +24,8 @@ def resolve_stage_option(metaparameters: Any, pool_id: Any, stage: TransformStag
 
 
 def combine_signal_and_transforms(graph: FunctionGraphNode, transform_pipeline: Any,
-                                  metaparameters: Any, registry: Any, context: Any) -> FunctionGraphNode:
+                                  metaparameters: Any, registry: Any,
+                                  context: Any) -> FunctionGraphNode:
     """Return a new root applying every stage, in order, on top of `graph`.
 
     Each stage becomes a "rotation" node whose first child is the current root and whose

@@ -41,20 +41,16 @@ def test_option_becomes_a_literal_of_its_type(option, literal_type, literal_valu
 def test_stages_wrap_the_graph_in_order():
     graph = FunctionGraphNode("feature", "close")
     pipeline = [TransformStage("centre", "cross_sectional_demean_5e2a7c"), STAGE]
-    root = combine_signal_and_transforms(graph, pipeline, {"pool_a": {"gross": 4.0}}, None, Context())
+    metaparameters = {"pool_a": {"gross": 4.0}}
+    root = combine_signal_and_transforms(graph, pipeline, metaparameters, None, Context())
     inner = root.children[0]
     assert [c.node for c in root.children] == [inner.node, 4.0]
     assert inner.node == "cross_sectional_demean_5e2a7c" and inner.children == [graph]
     assert graph.children is None
 
 
-@pytest.mark.parametrize("pipeline", [None, []])
-def test_no_stages_keep_the_graph(pipeline):
+def test_no_stages_keep_the_graph_and_odd_options_are_refused():
     graph = FunctionGraphNode("feature", "close")
-    assert combine_signal_and_transforms(graph, pipeline, None, None, None) is graph
-
-
-def test_unsupported_option_type_is_refused():
+    assert combine_signal_and_transforms(graph, None, None, None, None) is graph
     with pytest.raises(TypeError, match="'gross' option"):
-        combine_signal_and_transforms(FunctionGraphNode("feature", "x"), [STAGE],
-                                      {"gross": [1.0]}, None, None)
+        combine_signal_and_transforms(graph, [STAGE], {"gross": [1.0]}, None, None)

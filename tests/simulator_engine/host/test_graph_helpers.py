@@ -11,6 +11,3 @@ def test_feature_leaves_unique_in_preorder():
     ])
     assert extract_feature_leaf_names(graph) == ["volume", "sector_close", "close"]
 
-
-def test_graph_without_features():
-    assert extract_feature_leaf_names(Node("float", 1.0)) == []

@@ -1,0 +1,1 @@
+"""Built-in function instances, one module per family."""

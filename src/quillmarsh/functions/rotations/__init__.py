@@ -1,0 +1,1 @@
+"""Rotation functions applied to whole feature matrices."""

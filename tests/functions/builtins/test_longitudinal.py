@@ -1,0 +1,98 @@
+import copy
+import pickle
+
+import numpy as np
+import pytest
+from hypothesis import given
+from hypothesis import strategies as st
+from hypothesis.extra.numpy import arrays
+
+from quillmarsh._reference.rolling import rolling_reference
+from quillmarsh.functions.builtins.longitudinal import ROLLING_MEAN, ROLLING_STD, ROLLING_ZSCORE
+from quillmarsh.functions.registry import default_registry
+from quillmarsh.simulator_engine._types import FunctionState
+
+NAMES = [ROLLING_MEAN, ROLLING_STD, ROLLING_ZSCORE]
+
+
+@st.composite
+def rolling_inputs(draw):
+    """A matrix with NaN holes, infinities and a constant run, and a window."""
+    window = draw(st.sampled_from([1, 2, 3, 8, 20]))
+    rows = draw(st.integers(0, 3 * window + 10))
+    cols = draw(st.integers(1, 3))
+    finite = st.one_of(st.floats(-1e6, 1e6), st.floats(allow_nan=False, allow_infinity=False))
+    data = draw(arrays(np.float64, (rows, cols), elements=finite))
+    if rows:
+        for _ in range(draw(st.integers(0, 4))):
+            cell = (draw(st.integers(0, rows - 1)), draw(st.integers(0, cols - 1)))
+            data[cell] = draw(st.sampled_from([np.nan, np.nan, np.nan, np.inf, -np.inf]))
+        start = draw(st.integers(0, rows - 1))
+        data[start:start + draw(st.integers(0, 2 * window)), draw(st.integers(0, cols - 1))] = \
+            draw(st.sampled_from([3.0, 0.1, -0.0, 1e6]))
+    return data, window
+
+
+def run_rows(instance, data):
+    return np.array([instance(row.copy(), context=None) for row in data]).reshape(data.shape)
+
+
+def assert_bitwise_equal(actual, expected):
+    assert actual.dtype == np.float64 and actual.shape == expected.shape
+    missing = np.isnan(expected)
+    np.testing.assert_array_equal(np.isnan(actual), missing)
+    np.testing.assert_array_equal(actual[~missing].view(np.uint64),
+                                  expected[~missing].view(np.uint64))
+
+
+@pytest.mark.parametrize("name", NAMES)
+@given(case=rolling_inputs())
+def test_fresh_instance_reproduces_rolling_kernel(name, case):
+    data, window = case
+    original = data.copy()
+    cells = run_rows(default_registry().create_instance(name, window=window), data)
+    assert_bitwise_equal(cells, rolling_reference(data, window, name))
+    np.testing.assert_array_equal(data, original)
+
+
+@pytest.mark.parametrize("name", NAMES)
+@given(case=rolling_inputs(), split=st.floats(0, 1))
+def test_restored_instance_continues_one_uninterrupted_run(name, case, split):
+    data, window = case
+    cut = int(split * data.shape[0])
+    registry = default_registry()
+    first = registry.create_instance(name, window=window)
+    head = run_rows(first, data[:cut])
+    saved = first.get_state()
+    assert saved["count"] == cut and saved["window"] == window
+    payload = pickle.loads(pickle.dumps(copy.deepcopy(saved)))
+    resumed = registry.create_instance_from_state(
+        name, FunctionState(function_name=name, function_version="1", data=payload), window=window)
+    tail = run_rows(resumed, data[cut:])
+    assert_bitwise_equal(np.vstack([head, tail]), rolling_reference(data, window, name))
+
+
+@pytest.mark.parametrize("name, expected", [(ROLLING_MEAN, 5.0), (ROLLING_STD, 2.0),
+                                            (ROLLING_ZSCORE, 2.0)])
+def test_hand_checked_window(name, expected):
+    column = np.array([[2.0], [4.0], [4.0], [4.0], [5.0], [5.0], [7.0], [9.0]])
+    cells = run_rows(default_registry().create_instance(name, window=8), column)
+    assert np.isnan(cells[:7]).all() and cells[7, 0] == expected
+
+
+def test_state_is_a_copy_of_the_running_sums():
+    instance = default_registry().create_instance(ROLLING_ZSCORE, window=2)
+    instance(np.array([1.0, 2.0]))
+    saved = instance.get_state()
+    snapshot = copy.deepcopy(saved)
+    instance(np.array([5.0, np.nan]))
+    for key, value in snapshot.items():
+        np.testing.assert_array_equal(saved[key], value)
+
+
+@pytest.mark.parametrize("window, error", [(0, ValueError), (-3, ValueError), (2.5, TypeError),
+                                           (True, TypeError), (4, ValueError)])
+def test_window_must_be_a_positive_integer_matching_the_state(window, error):
+    saved = FunctionState(ROLLING_STD, "1", {"count": 0, "window": 3})
+    with pytest.raises(error, match="window"):
+        default_registry().create_instance_from_state(ROLLING_STD, saved, window=window)
