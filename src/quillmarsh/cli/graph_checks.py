@@ -7,9 +7,8 @@ from typing import Any
 from quillmarsh.simulator_engine._types import FunctionGraphNode
 
 from quillmarsh.cli.errors import UserError
+from quillmarsh.cli.node_kinds import FEATURE_LEAF_TYPES, FUNCTION_NODE_TYPES
 
-FUNCTION_NODE_TYPES = frozenset({"rotation", "reduction"})
-FEATURE_LEAF_TYPES = frozenset({"feature", "aggregation"})
 
 
 def walk(node: FunctionGraphNode, path: str = "root") -> Iterator[tuple[str, FunctionGraphNode]]:

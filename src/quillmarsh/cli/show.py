@@ -11,11 +11,12 @@ from quillmarsh.functions.registry import default_registry
 from quillmarsh.cli.data_io import load_market
 from quillmarsh.cli.engine_context import build_context
 from quillmarsh.cli.engine_path import engine_path
-from quillmarsh.cli.graph_checks import FEATURE_LEAF_TYPES, check_features, check_functions, walk
+from quillmarsh.cli.graph_checks import check_features, check_functions, walk
 from quillmarsh.cli.graph_json import graph_to_json_text
 from quillmarsh.cli.graph_source import load_graph
 from quillmarsh.cli.market_data import MarketData
 from quillmarsh.cli.names import display_name
+from quillmarsh.cli.node_kinds import FEATURE_LEAF_TYPES, FUNCTION_NODE_TYPES, LITERAL_TYPES
 from quillmarsh.cli.text_form import graph_to_text
 
 _PLACEHOLDER_ASSETS = 2
@@ -57,18 +58,22 @@ def run(args: argparse.Namespace) -> int:
 
 
 def tree_lines(graph) -> list[str]:
-    """One line per node: identity indented by depth, kind, value (and alias), configuration."""
-    rows = [(path, node) for path, node in walk(graph)]
+    """One line per node: identity indented by depth, kind, value, configuration."""
+    rows = list(walk(graph))
     width = max(len(path) + 2 * path.count(".") for path, _ in rows)
-    lines = []
-    for path, node in rows:
-        label = "  " * path.count(".") + path
-        value = repr(node.node) if node.type in ("string", "float", "int", "bool", "list") else node.node
-        alias = display_name(node.node) if node.type in ("rotation", "reduction") else node.node
-        shown = f"{value} ({alias})" if alias != value else f"{value}"
-        config = f" config={node.config}" if node.config else ""
-        lines.append(f"{label:<{width}}  {node.type:<9} {shown}{config}")
-    return lines
+    return [f"{'  ' * path.count('.') + path:<{width}}  {node.type:<10} {_value(node)}"
+            + (f" config={node.config}" if node.config else "")
+            for path, node in rows]
+
+
+def _value(node) -> str:
+    """Function names with their alias, literals as written in the text form, names bare."""
+    if node.type in FUNCTION_NODE_TYPES:
+        alias = display_name(node.node)
+        return node.node if alias == node.node else f"{node.node} ({alias})"
+    if node.type in LITERAL_TYPES:
+        return repr(node.node)
+    return str(node.node)
 
 
 def _placeholder_market(graph, rows: int) -> MarketData:

@@ -13,6 +13,7 @@ from quillmarsh.simulator_engine._types import FunctionGraphNode
 
 from quillmarsh.cli.errors import UserError
 from quillmarsh.cli.names import PRODUCT, display_name, resolve_call
+from quillmarsh.cli.node_kinds import FEATURE_LEAF_TYPES, LITERAL_TYPES
 
 _LITERAL_KINDS: tuple[tuple[type, str], ...] = (
     (bool, "bool"), (int, "int"), (float, "float"), (str, "string"))
@@ -104,21 +105,15 @@ def _operator_column(source: str, expr: ast.BinOp) -> int:
 def graph_to_text(node: FunctionGraphNode) -> str:
     """The text form of a graph; parsing it again gives the same nodes (aliases for built-ins)."""
     children = list(node.children or ())
-    if node.type in ("feature", "aggregation"):
+    if node.type in FEATURE_LEAF_TYPES:
         return str(node.node)
-    if node.type == "list":
-        return "[" + ", ".join(_literal_text(item) for item in node.node) + "]"
-    if node.type in ("float", "int", "string", "bool"):
-        return _literal_text(node.node)
+    if node.type in LITERAL_TYPES:
+        return repr(node.node)
     if node.node == PRODUCT and len(children) == 2 and not node.config:
         left, right = (graph_to_text(child) for child in children)
         if children[1].node == PRODUCT and children[1].type == "rotation":
             right = f"({right})"
         return f"{left} * {right}"
     arguments = [graph_to_text(child) for child in children]
-    arguments += [f"{key}={_literal_text(value)}" for key, value in (node.config or {}).items()]
+    arguments += [f"{key}={value!r}" for key, value in (node.config or {}).items()]
     return f"{display_name(node.node)}({', '.join(arguments)})"
-
-
-def _literal_text(value: Any) -> str:
-    return repr(value)
