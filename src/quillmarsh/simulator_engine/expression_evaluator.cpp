@@ -11,6 +11,8 @@ void export_graph(nb::module_& m);       // graph/: accessors, identities, cache
 void export_context(nb::module_& m);     // context/: EvaluationContext, input shapes, stage data
 void export_fast_paths(nb::module_& m);  // fast_paths/: masking rule and whole-matrix paths
 void export_evaluator(nb::module_& m);   // evaluator/: evaluate, EvaluationResult, general evaluator
+void export_filtration(nb::module_& m);  // filtration/: filter trees and passing signals' weights
+void export_warmup(nb::module_& m);      // warmup/: warm-up rows of a graph and of restored instances
 }  // namespace qm
 
 NB_MODULE(expression_evaluator, m) {
@@ -19,4 +21,6 @@ NB_MODULE(expression_evaluator, m) {
     qm::export_context(m);
     qm::export_fast_paths(m);
     qm::export_evaluator(m);
+    qm::export_filtration(m);
+    qm::export_warmup(m);
 }

@@ -10,6 +10,9 @@ namespace nb = nanobind;
 
 namespace qm {
 
+// The filter node kinds: frozenset of "filtration" and the 15 operator names.
+nb::handle filtration_node_types();
+
 // A FilterNode tree for the graph-form filter tree rooted at `graph_node`.
 nb::object dict_to_filter_node(nb::handle graph_node, const std::string& path = "filtration");
 

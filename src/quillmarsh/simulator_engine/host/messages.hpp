@@ -58,4 +58,25 @@ inline std::string config_missing(const std::string& name, const std::string& pa
     return "Function '" + name + "' at node '" + path + "' config missing required parameter(s): " + joined;
 }
 
+// Warm-up accounting.
+inline std::string warmup_rows_overflow(const std::string& path) {
+    return "Warm-up row count of graph node '" + path + "' does not fit a 64-bit integer";
+}
+
+// Filtration weight extraction.
+inline std::string extraction_row_out_of_bounds(long long t, long long rows) {
+    return "t=" + std::to_string(t) + " out of bounds for weights array with valid range [0, " + std::to_string(rows) +
+           ")";
+}
+inline std::string passing_id_type(const std::string& type_name) {
+    return "passing signal ids must be str or None; got " + type_name;
+}
+inline std::string signal_weights_not_matrix(const std::string& sid, const std::string& shape) {
+    return "useful signal '" + sid + "' weights must be two-dimensional; got shape " + shape;
+}
+inline std::string signal_weights_mismatch(const std::string& sid, const std::string& shape, const std::string& ref) {
+    return "useful signal '" + sid + "' weights shape " + shape + " does not match the first passing signal's shape " +
+           ref;
+}
+
 }  // namespace qm::msg

@@ -52,6 +52,20 @@ bool is_instance(nb::handle obj, nb::handle cls) {
     return r == 1;
 }
 
+nb::list list_of(nb::handle iterable) {
+    PyObject* out = PySequence_List(iterable.ptr());
+    if (!out) throw nb::python_error();
+    return nb::steal<nb::list>(out);
+}
+
+nb::object frozenset_of(std::initializer_list<const char*> names) {
+    nb::list items;
+    for (const char* name : names) items.append(nb::str(name));
+    PyObject* out = PyFrozenSet_New(items.ptr());
+    if (!out) throw nb::python_error();
+    return nb::steal(out);
+}
+
 RecursionGuard::RecursionGuard(const char* where) {
     if (Py_EnterRecursiveCall(where) != 0) throw nb::python_error();
 }

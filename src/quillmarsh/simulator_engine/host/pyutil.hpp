@@ -1,6 +1,7 @@
 // Small helpers over the Python object protocol, shared by every subsystem.
 #pragma once
 
+#include <initializer_list>
 #include <string>
 
 #include <nanobind/nanobind.h>
@@ -34,6 +35,12 @@ Py_ssize_t length_of(nb::handle obj);
 
 // isinstance(obj, cls); errors propagate.
 bool is_instance(nb::handle obj, nb::handle cls);
+
+// list(iterable); errors propagate.
+nb::list list_of(nb::handle iterable);
+
+// A new frozenset of the given strings.
+nb::object frozenset_of(std::initializer_list<const char*> names);
 
 // Guards a recursive walk over caller-built trees: a cycle or an absurdly deep
 // tree raises RecursionError instead of exhausting the C stack.
