@@ -4,6 +4,7 @@
 
 #include "context/shape_validation.hpp"
 #include "context/stage_data.hpp"
+#include "evaluator/general_evaluator.hpp"
 #include "evaluator/result.hpp"
 #include "fast_paths/leaf.hpp"
 #include "fast_paths/universe_mask.hpp"
@@ -56,13 +57,6 @@ void ensure_universe_mask(nb::handle context, nb::handle features) {
     context.attr("universe_mask") = derive_universe_mask(universe);
 }
 
-nb::object run_general_evaluator(nb::handle graph, nb::handle context, const EvaluationOptions& options) {
-    PyErr_SetString(PyExc_NotImplementedError,
-                    "the general row-by-row evaluator is not available yet: only graphs that a fast path "
-                    "takes (a single feature leaf) can be evaluated");
-    throw nb::python_error();
-}
-
 }  // namespace
 
 nb::object evaluate_unlocked(nb::handle graph_in, nb::handle context, const EvaluationOptions& options) {
@@ -74,13 +68,16 @@ nb::object evaluate_unlocked(nb::handle graph_in, nb::handle context, const Eval
     attach_stage_data_feature_leaves(graph, context);
     nb::object features = context.attr("features");
     if (length_of(features) == 0) raise_error(host().EvaluationError, msg::no_features());
+    nb::object shape = features[0].attr("shape");
+    const std::int64_t T = index_value(shape[0]);
+    const std::int64_t N = index_value(shape[1]);
     ensure_universe_mask(context, features);
     preflight_explicit_graph_config(getattr_or_none(context, "registry"), graph, "root");
 
     if (can_use_leaf_fast_path(graph, context, options.function_states, options.data_nan_features)) {
         return make_result(evaluate_leaf_fast(graph, context), nb::dict());
     }
-    return run_general_evaluator(graph, context, options);
+    return run_general_evaluator(graph, context, options, T, N);
 }
 
 nb::object evaluate(nb::handle graph, nb::handle context, const EvaluationOptions& options) {

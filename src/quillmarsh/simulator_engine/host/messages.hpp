@@ -79,4 +79,67 @@ inline std::string signal_weights_mismatch(const std::string& sid, const std::st
            ref;
 }
 
+// Node collection and binding.
+inline std::string bound_instance_missing(const std::string& path, const std::string& name) {
+    return "Bound function instance missing for path '" + path + "' (function '" + name + "')";
+}
+inline std::string bound_instance_none(const std::string& path, const std::string& name) {
+    return "Bound function instance is None for node '" + path + "' (function '" + name + "')";
+}
+inline std::string function_not_instantiable(const std::string& name, const std::string& path) {
+    return "Function '" + name + "' at node '" + path +
+           "' is not bound and cannot be instantiated from the evaluation registry";
+}
+
+// General evaluator preparation.
+inline std::string function_input_feature_shape(const std::string& parent, const std::string& feature,
+                                                const std::string& shape, long long T, long long N) {
+    return "Function '" + parent + "' input feature '" + feature + "' has shape " + shape + ", expected (" +
+           std::to_string(T) + ", " + std::to_string(N) + ")";
+}
+inline std::string feature_shape(const std::string& feature, const std::string& shape, long long T, long long N) {
+    return "Feature '" + feature + "' has shape " + shape + ", expected (" + std::to_string(T) + ", " +
+           std::to_string(N) + ")";
+}
+inline std::string function_state_keys_mismatch() { return "Function state keys do not match graph tree structure"; }
+
+// Per-row loop.
+inline std::string precomputed_shape(const std::string& cid, const std::string& shape, long long N, long long t) {
+    return "Precomputed node '" + cid + "' returned shape " + shape + ", expected (" + std::to_string(N) +
+           ",) at row " + std::to_string(t);
+}
+inline std::string function_failed(const std::string& name, long long t, const std::string& error) {
+    return "Function '" + name + "' failed at row " + std::to_string(t) + ": " + error;
+}
+inline std::string function_result_shape(const std::string& name, const std::string& shape, long long N,
+                                         long long t) {
+    return "Function '" + name + "' returned shape " + shape + ", expected (" + std::to_string(N) + ",) at row " +
+           std::to_string(t);
+}
+inline std::string function_result_unusable(const std::string& name, const std::string& type_name, long long n,
+                                            long long t) {
+    return "Function '" + name + "' returned " + type_name + ", expected a float64 array of shape (" +
+           std::to_string(n) + ",) or a number at row " + std::to_string(t);
+}
+inline std::string function_result_dtype(const std::string& name, const std::string& dtype, long long t) {
+    return "Function '" + name + "' returned dtype " + dtype + ", expected float64 at row " + std::to_string(t);
+}
+
+// Reductions.
+inline std::string pnl_column_missing(const std::string& column, const std::string& labels) {
+    return "PnL column '" + column + "' not found in column_labels: " + labels;
+}
+inline std::string reduction_without_signals(const std::string& name, const std::string& path, long long t) {
+    return "Reduction '" + name + "' at node '" + path + "' has no useful signals to reduce at row " +
+           std::to_string(t) + ": the context has no useful signals and no filtration selected any";
+}
+
+// Filtration resolution.
+inline std::string filtration_empty(const std::string& desc) {
+    return "Filtration returned 0 signals for filters: " + desc;
+}
+inline std::string filtration_failed(const std::string& desc, const std::string& type_name, const std::string& text) {
+    return "Filtration resolution failed for filters: " + desc + ": " + type_name + ": " + text;
+}
+
 }  // namespace qm::msg

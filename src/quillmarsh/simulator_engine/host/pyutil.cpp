@@ -46,6 +46,12 @@ Py_ssize_t length_of(nb::handle obj) {
     return n;
 }
 
+Py_ssize_t index_value(nb::handle obj) {
+    Py_ssize_t n = PyNumber_AsSsize_t(obj.ptr(), PyExc_OverflowError);
+    if (n == -1 && PyErr_Occurred()) throw nb::python_error();
+    return n;
+}
+
 bool is_instance(nb::handle obj, nb::handle cls) {
     int r = PyObject_IsInstance(obj.ptr(), cls.ptr());
     if (r < 0) throw nb::python_error();

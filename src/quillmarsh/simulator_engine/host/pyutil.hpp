@@ -33,6 +33,9 @@ bool contains(nb::handle container, nb::handle key);
 // len(obj); errors propagate.
 Py_ssize_t length_of(nb::handle obj);
 
+// operator.index(obj) as a C++ integer; errors propagate.
+Py_ssize_t index_value(nb::handle obj);
+
 // isinstance(obj, cls); errors propagate.
 bool is_instance(nb::handle obj, nb::handle cls);
 

@@ -1,0 +1,97 @@
+// The per-row program: every node compiled once per evaluation into a flat
+// instruction (kind, register, sources, arguments, instance) in evaluation
+// order, so that the per-row loop reads no Python tables.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <vector>
+
+#include <nanobind/nanobind.h>
+
+#include "evaluator/extraction.hpp"
+#include "evaluator/general_evaluation.hpp"
+#include "evaluator/row_source.hpp"
+#include "provenance/data_nan.hpp"
+
+namespace qm {
+
+enum class OpKind : std::uint8_t { Inert, Feature, Literal, Filtration, Reduction, Rotation, Precomputed };
+
+enum class LiteralRule : std::uint8_t { Float, Int, Bool, String };
+
+// How a stateful reduction obtains its signals' PnL values.
+struct PnlPlan {
+    enum class Source : std::uint8_t { Zeros, Vectors, Columns };
+    Source source = Source::Zeros;
+    std::vector<double> fixed;       // Vectors: one value per signal, the same at every row
+    std::vector<RowSource> matrices; // Columns: each signal's pnl matrix (null original when it has none)
+    std::int64_t column = 0;         // Columns: position of the PnL column
+};
+
+// A reduction node's signals and PnL, fixed at its first row.
+struct ReductionPlan {
+    bool filtered = false;   // a filtration result chose the signals; its node fills the buffer
+    std::int64_t count = 0;  // A, the number of signals reduced
+    SignalRows signals;      // unfiltered: every useful signal, sorted by id
+    bool stateful = false;
+    PnlPlan pnl;
+};
+
+// A filtration node's passing signals, resolved at its first row.
+struct FiltrationPlan {
+    bool absent = false;  // the path resolved to nothing
+    SignalRows signals;
+};
+
+struct Instruction {
+    OpKind kind = OpKind::Inert;
+    std::int64_t reg = 0;
+    nb::object path;  // node identity
+    nb::object name;  // the node's "node" value: function name, feature name or literal
+
+    // Feature leaf.
+    std::size_t source = 0;  // index into Program::features
+    bool data_nan = false;   // marked at seeding: the leaf reads as all NaN
+
+    // Literal; converted on first execution so that a bad value fails at row 0.
+    LiteralRule rule = LiteralRule::String;
+    nb::object literal;
+    bool ready = false;
+    double value = 0.0;
+
+    // Function nodes.
+    nb::object instance;
+    std::vector<std::int64_t> arg_regs;  // data children passed as row vectors
+    bool pass_context = false;           // registry-created instances also get context=
+    NanCheckNode nan_check;
+
+    // Reduction and filtration plans, built at the node's first row.
+    nb::object reduction_record;
+    std::unique_ptr<ReductionPlan> reduction;
+    std::unique_ptr<FiltrationPlan> filtration;
+
+    // Precomputed output: the mapped value, flattened on first execution.
+    nb::object cid, precomputed, precomputed_row;
+};
+
+struct Program {
+    std::vector<Instruction> code;      // one per node, in evaluation order
+    std::vector<RowSource> features;    // feature matrices read by the leaves
+    bool has_universe = false;
+    RowSource universe;
+    bool views = false;                 // arguments are register views (bound instances), else copies
+    double* registers = nullptr;        // local_registers: row r at registers + r * n
+    std::int64_t n = 0;
+    std::int64_t root_reg = 0;
+    std::vector<double*> node_outputs;  // by register: the node's (T, N) output matrix, when captured
+    nb::object context_kwnames;         // ("context",)
+    nb::object signal_pnl_kwnames;      // ("signal_pnl",)
+
+    double* row(std::int64_t reg) const { return registers + reg * n; }
+};
+
+// Compiles the prepared evaluation's nodes, in topo_order.
+Program compile_program(GeneralEvaluation& ev);
+
+}  // namespace qm

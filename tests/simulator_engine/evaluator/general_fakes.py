@@ -1,0 +1,97 @@
+"""Fake function instances, registries and contexts for the general evaluator's tests."""
+import numpy as np
+
+from quillmarsh.simulator_engine import expression_evaluator as ee
+from quillmarsh.simulator_engine._types import UsefulSignal
+
+# Operations pending on another branch: tests that need a registry (configuration
+# validation, warm-up accounting) or a filter tree conversion fail with this until then.
+
+
+class Fn:
+    """A stateless instance: returns fn(*args) and records every call."""
+
+    stateful = False
+
+    def __init__(self, fn=lambda *args: args[0] + 0.0):
+        self.fn = fn
+        self.calls = []
+
+    def __call__(self, *args, **kwargs):
+        self.calls.append((args, kwargs))
+        return self.fn(*args)
+
+
+class Accumulator:
+    """A stateful instance counting the rows it has seen; a reduction when called with signal_pnl."""
+
+    stateful = True
+
+    def __init__(self, window=10, count=0, result=None):
+        self.window = window
+        self.count = count
+        self.result = result
+        self.calls = []
+
+    def __call__(self, *args, signal_pnl=None, **kwargs):
+        self.calls.append((tuple(np.array(a, copy=True) for a in args),
+                           None if signal_pnl is None else signal_pnl.copy()))
+        self.count += 1
+        if self.result is not None:
+            return self.result
+        return np.full(args[0].shape[-1], float(self.count))
+
+    def get_state(self):
+        return {"count": self.count, "window": self.window}
+
+
+class FakeEntry:
+    def __init__(self, stateful=False):
+        self.stateful = stateful
+        self.param_schema = None
+        self.family = None
+
+
+class FakeRegistry:
+    """Creates the given instance factories by function name and records what it was asked."""
+
+    def __init__(self, factories, stateful=()):
+        self.factories = factories
+        self.stateful = set(stateful)
+        self.created = []
+
+    def has(self, name):
+        return name in self.factories
+
+    def get_entry(self, name):
+        return FakeEntry(name in self.stateful)
+
+    def create_instance(self, name, **config):
+        self.created.append(("create_instance", name, None, config))
+        return self.factories[name]()
+
+    def create_instance_from_state(self, name, state, **config):
+        self.created.append(("create_instance_from_state", name, state, config))
+        return self.factories[name]()
+
+    def get_function_version(self, name):
+        return f"{name}@1"
+
+
+def make_context(features=None, feature_index=None, universe="ones", **kwargs):
+    """A context over `features` (default: one 4x3 matrix named close) with an all-live universe."""
+    if features is None:
+        features = [np.arange(12.0).reshape(4, 3)]
+        feature_index = {"close": 0}
+    if isinstance(universe, str):
+        universe = np.ones(features[0].shape)
+    if universe is None:
+        kwargs.setdefault("universe_mask", np.ones(features[0].shape, dtype=np.uint8))
+    return ee.EvaluationContext(features, feature_index, universe=universe, **kwargs)
+
+
+def signals(weights_by_id, pnl_by_id=None):
+    """UsefulSignal map from id -> (T, N) weights (and optional (T, K) PnL)."""
+    pnl_by_id = pnl_by_id or {}
+    return {sid: UsefulSignal(weights=np.asarray(w, dtype=float), pnl=pnl_by_id.get(sid))
+            for sid, w in weights_by_id.items()}

@@ -1,0 +1,61 @@
+"""Whatever Python hands the engine, it answers with a Python error, never a crash."""
+import itertools
+
+import numpy as np
+import pytest
+
+from quillmarsh.functions.registry import default_registry
+from quillmarsh.simulator_engine import expression_evaluator as ee
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import UsefulSignal
+
+GARBAGE = [None, 0, -1, 2**70, 1.5, "root", b"x", [], [[1.0]], {}, {"a": 1}, np.zeros(3), np.zeros((2, 0)),
+           np.zeros((2, 2), dtype=object), Node("feature", "x"), object()]
+
+OPERATIONS = sorted(name for name in dir(ee)
+                    if callable(getattr(ee, name)) and not isinstance(getattr(ee, name), type))
+
+
+@pytest.mark.parametrize("name", OPERATIONS)
+def test_module_operations_survive_garbage_arguments(name):
+    operation = getattr(ee, name)
+    for arity in range(0, 5):
+        for args in itertools.islice(itertools.product(GARBAGE, repeat=arity), 0, 400, 7):
+            try:
+                operation(*args)
+            except Exception:
+                pass
+
+
+def _ctx(features, index, **kwargs):
+    kwargs.setdefault("universe", None)
+    return ee.EvaluationContext(features, index, validate_inputs=False, **kwargs)
+
+
+RANK = Node("rotation", "latitudinal_rank_688068", [Node("feature", "x")])
+CHAIN = Node("rotation", "longitudinal_accumulators_25c7fb", [Node("feature", "x"), Node("int", 3)])
+
+
+@pytest.mark.parametrize("graph", [Node("feature", "x"), RANK, CHAIN], ids=["leaf", "rank", "chain"])
+@pytest.mark.parametrize("context", [
+    lambda: _ctx([[1.0, 2.0]], {"x": 0}, universe=np.ones((1, 2))),
+    lambda: _ctx([np.ones(4)], {"x": 0}, universe=np.ones(4)),
+    lambda: _ctx([np.ones((3, 2))], {"x": 5}, universe=np.ones((3, 2))),
+    lambda: _ctx([np.ones((3, 2))], {"x": -1}, universe=np.ones((3, 2))),
+    lambda: _ctx([np.ones((3, 2))], {"x": "0"}, universe=np.ones((3, 2))),
+    lambda: _ctx([np.ones((3, 2)), np.ones((2, 2))], {"x": 1}, universe=np.ones((3, 2))),
+    lambda: _ctx([np.ones((3, 2))], {"x": 0}, universe=np.ones((2, 2))),
+    lambda: _ctx([np.ones((3, 2))], {"x": 0}, universe=[[1, 1]] * 3),
+    lambda: _ctx([np.array([["a", "b"]] * 3)], {"x": 0}, universe=np.ones((3, 2))),
+    lambda: _ctx([np.ones((3, 2))], {"x": 0}, universe_mask=np.ones((3, 2)), registry=default_registry()),
+    lambda: _ctx([np.ones((3, 2))], {"x": 0}, universe=np.ones((3, 2)), registry=object()),
+    lambda: _ctx([np.ones((3, 2))], {"x": 0}, universe=np.ones((3, 2)), registry=default_registry(),
+                 useful_signals={"s": UsefulSignal(weights=np.ones(2))}),
+    lambda: _ctx(None, {"x": 0}, universe=np.ones((3, 2))),
+    lambda: _ctx(np.ones((3, 2)), {"x": 0}, universe=np.ones((3, 2))),
+])
+def test_evaluate_survives_inconsistent_contexts(graph, context):
+    try:
+        ee.evaluate(graph, context(), data_nan_features=None)
+    except Exception:
+        pass
