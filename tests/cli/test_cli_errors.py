@@ -13,6 +13,8 @@ import pytest
     ("rank(close) + rank(volume)", "unsupported operator '+' at column 13"),
     ("close.shift(1)", "unsupported expression 'close.shift' at column 1"),
     ("mean(close, None)", "unsupported expression 'None' at column 13"),
+    ("  ", "empty expression"),
+    ("mean(close, 'x')", "evaluation failed: window must be an integer, got 'x'"),
 ])
 def test_bad_expression(quillmarsh, user_error, tmp_path, market_file, expression, message):
     completed = quillmarsh("evaluate", expression, "--data", market_file, "--out", "w.npy")

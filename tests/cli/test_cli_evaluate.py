@@ -48,11 +48,12 @@ def test_states_carry_a_rolling_window_across_files(quillmarsh, tmp_path, arrays
     np.testing.assert_array_equal(streamed, np.load(tmp_path / "all.npy"))
 
 
-def test_data_nan_features_are_reported(quillmarsh, market_file):
-    completed = quillmarsh("evaluate", "rank(close)", "--data", market_file, "--out", "w.npy",
-                           "--data-nan-features", "close")
+def test_data_nan_features_empty_the_nodes_above_them(quillmarsh, tmp_path, market_file):
+    completed = quillmarsh("evaluate", "rank(close) * rank(volume)", "--data", market_file,
+                           "--out", "w.npy", "--data-nan-features", "close")
     assert completed.returncode == 0, completed.stderr
-    assert "data NaN from: root" in completed.stdout
+    assert "data NaN from: root.c0, root.c0.c0" in completed.stdout
+    assert np.isnan(np.load(tmp_path / "w.npy")).all()
 
 
 def test_unknown_data_nan_feature(quillmarsh, user_error, market_file):

@@ -33,7 +33,8 @@ def add_parser(commands: argparse._SubParsersAction) -> None:
     parser.add_argument("--cold-start", action="store_true",
                         help="top up restored reductions from the tail of this data")
     parser.add_argument("--data-nan-features", default="", metavar="A,B",
-                        help="features whose missing values are traced to the nodes they empty")
+                        help="features whose data is missing for this run: they read as NaN "
+                             "and the nodes they leave empty are reported")
     parser.set_defaults(run=run)
 
 

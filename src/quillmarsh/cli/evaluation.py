@@ -1,4 +1,8 @@
-"""Running the engine: its errors about the user's graph or data become one-line UserErrors."""
+"""Running the engine: its errors about the user's graph or data become one-line UserErrors.
+
+Besides the engine's own error types, function instances raise TypeError and ValueError for
+configuration values they cannot take (a window of 'x'); those are the user's to fix too.
+"""
 from __future__ import annotations
 
 from typing import Any
@@ -9,7 +13,7 @@ from quillmarsh.simulator_engine.expression_evaluator import EvaluationResult, e
 
 from quillmarsh.cli.errors import UserError
 
-ENGINE_ERRORS = (SimulatorEngineError, FiltrationError)
+ENGINE_ERRORS = (SimulatorEngineError, FiltrationError, TypeError, ValueError)
 
 
 def evaluate_graph(graph: Any, context: Any, function_states: Any = None, *,

@@ -23,6 +23,8 @@ _OPERATOR_SYMBOLS = {ast.Add: "+", ast.Sub: "-", ast.Div: "/", ast.FloorDiv: "//
 
 def parse_expression(text: str, registry: Any) -> FunctionGraphNode:
     """The graph of a text expression; a UserError names the first problem and its column."""
+    if not text.strip():
+        raise UserError("empty expression")
     try:
         tree = ast.parse(text.strip(), mode="eval")
     except SyntaxError as error:
