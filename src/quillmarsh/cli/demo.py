@@ -58,22 +58,26 @@ def run(args: argparse.Namespace) -> int:
     catalogue = load_catalogue(args.examples, registry)
     market = synthetic_market(args.days, args.assets, args.seed)
     _describe(market)
-    datasets = _datasets(catalogue, market, args)
-    print()
-    print(header())
-    runs: dict[str, list[ExampleRun]] = {"market": [], "long": []}
-    for example in catalogue.examples:
-        if example.data not in datasets:
-            continue
-        example_run = _run_example(example, datasets[example.data], registry)
-        print(row(example_run), flush=True)
-        runs["long" if example.data == "long" else "market"].append(example_run)
+    runs = _run_examples(catalogue, _datasets(catalogue, market, args), registry)
     print()
     streamed_equal = _stream(catalogue.stream, market, registry, args.stream_days)
     png = args.out / PNG_NAME
     plot_cumulative_pnl(runs["market"], runs["long"], png)
     print(f"cumulative PnL picture: {png.resolve()}")
     return 0 if streamed_equal else 1
+
+
+def _run_examples(catalogue: Catalogue, datasets: dict, registry: Any) -> dict[str, list[ExampleRun]]:
+    """Evaluate and print every example whose data is there; runs grouped as "market", "long"."""
+    print()
+    print(header())
+    runs: dict[str, list[ExampleRun]] = {"market": [], "long": []}
+    for example in catalogue.examples:
+        if example.data in datasets:
+            example_run = _run_example(example, datasets[example.data], registry)
+            print(row(example_run), flush=True)
+            runs["long" if example.data == "long" else "market"].append(example_run)
+    return runs
 
 
 def _describe(market: MarketData) -> None:

@@ -42,9 +42,10 @@ def load_catalogue(folder: Path, registry: Any) -> Catalogue:
         raise UserError(f"cannot read the example catalogue {path}: {error}") from None
     examples = [_example(folder, entry, registry) for entry in document["examples"]]
     by_name = {example.name: example for example in examples}
-    if document.get("stream") not in by_name:
-        raise UserError(f"{path}: 'stream' must name one of the examples")
-    return Catalogue(examples, by_name[document["stream"]])
+    stream = by_name.get(document.get("stream"))
+    if stream is None or stream.data != "market":
+        raise UserError(f"{path}: 'stream' must name one of the examples run on the market")
+    return Catalogue(examples, stream)
 
 
 def _example(folder: Path, entry: dict, registry: Any) -> Example:
