@@ -7,6 +7,8 @@
 #include "evaluator/general_evaluator.hpp"
 #include "evaluator/result.hpp"
 #include "fast_paths/leaf.hpp"
+#include "fast_paths/longitudinal_path.hpp"
+#include "fast_paths/rank_paths.hpp"
 #include "fast_paths/universe_mask.hpp"
 #include "graph/config_validation.hpp"
 #include "graph/identities.hpp"
@@ -57,6 +59,28 @@ void ensure_universe_mask(nb::handle context, nb::handle features) {
     context.attr("universe_mask") = derive_universe_mask(universe);
 }
 
+// The first fast path that applies, in their fixed order, wrapped as a result;
+// None when the graph needs the general evaluator. A rank path whose kernel
+// gives no result falls through to the next check.
+nb::object run_fast_path(nb::handle graph, nb::handle context, const EvaluationOptions& options, std::int64_t rows) {
+    const nb::handle states = options.function_states, nan_features = options.data_nan_features;
+    if (can_use_leaf_fast_path(graph, context, states, nan_features)) {
+        return make_result(evaluate_leaf_fast(graph, context), nb::dict());
+    }
+    if (can_use_simple_rank_fast_path(graph, context, states, nan_features)) {
+        nb::object ranks = evaluate_simple_rank_fast(graph, context);
+        if (!ranks.is_none()) return make_result(ranks, nb::dict());
+    }
+    if (can_use_rank_multiply_fast_path(graph, context, states, options.bound_function_instances, nan_features)) {
+        nb::object product = evaluate_rank_multiply_fast(graph, context);
+        if (!product.is_none()) return make_result(product, nb::dict());
+    }
+    if (can_use_longitudinal_fast_path(graph, context, states, rows, nan_features)) {
+        return make_result(evaluate_longitudinal_fast(graph, context), nb::dict());
+    }
+    return nb::none();
+}
+
 }  // namespace
 
 nb::object evaluate_unlocked(nb::handle graph_in, nb::handle context, const EvaluationOptions& options) {
@@ -74,9 +98,8 @@ nb::object evaluate_unlocked(nb::handle graph_in, nb::handle context, const Eval
     ensure_universe_mask(context, features);
     preflight_explicit_graph_config(getattr_or_none(context, "registry"), graph, "root");
 
-    if (can_use_leaf_fast_path(graph, context, options.function_states, options.data_nan_features)) {
-        return make_result(evaluate_leaf_fast(graph, context), nb::dict());
-    }
+    nb::object fast = run_fast_path(graph, context, options, T);
+    if (!fast.is_none()) return fast;
     return run_general_evaluator(graph, context, options, T, N);
 }
 

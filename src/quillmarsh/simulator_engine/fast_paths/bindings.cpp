@@ -2,6 +2,10 @@
 #include <nanobind/nanobind.h>
 
 #include "fast_paths/leaf.hpp"
+#include "fast_paths/longitudinal_path.hpp"
+#include "fast_paths/rank_paths.hpp"
+#include "fast_paths/rank_entry.hpp"
+#include "fast_paths/rolling_entry.hpp"
 #include "fast_paths/universe_mask.hpp"
 
 namespace nb = nanobind;
@@ -15,6 +19,25 @@ void export_fast_paths(nb::module_& m) {
           nb::kw_only(), "data_nan_features"_a.none() = nb::none());
     m.def("_evaluate_leaf_fast", &evaluate_leaf_fast, "graph"_a, "context"_a);
     m.def("_feature_matrix_for_fast_path", &feature_matrix_for_fast_path, "node"_a, "context"_a);
+    m.def("_can_use_simple_rank_fast_path", &can_use_simple_rank_fast_path, "graph"_a, "context"_a,
+          "function_states"_a.none(), nb::kw_only(), "data_nan_features"_a.none() = nb::none());
+    m.def("_evaluate_simple_rank_fast", &evaluate_simple_rank_fast, "graph"_a, "context"_a);
+    m.def("_can_use_rank_multiply_fast_path", &can_use_rank_multiply_fast_path, "graph"_a, "context"_a,
+          "function_states"_a.none(), nb::kw_only(), "bound_function_instances"_a.none() = nb::none(),
+          "data_nan_features"_a.none() = nb::none());
+    m.def("_evaluate_rank_multiply_fast", &evaluate_rank_multiply_fast, "graph"_a, "context"_a);
+
+    m.attr("_LONGITUDINAL_FAST_MIN_ROWS") = kLongitudinalFastMinRows;
+    m.attr("_LONGITUDINAL_FAST_NAMES") = longitudinal_fast_names();
+    m.def("_can_use_longitudinal_fast_path", &can_use_longitudinal_fast_path, "graph"_a, "context"_a,
+          "function_states"_a.none(), "T"_a, nb::kw_only(), "data_nan_features"_a.none() = nb::none());
+    m.def("_registry_allows_stub_fast_path", &registry_allows_stub_fast_path, "registry"_a.none(), "name"_a.none());
+    m.def("_get_int_window_child", &get_int_window_child, "children"_a);
+    m.def("_evaluate_longitudinal_fast", &evaluate_longitudinal_fast, "graph"_a, "context"_a);
+    m.def("_evaluate_longitudinal_fast_node", &evaluate_longitudinal_fast_node, "node"_a, "context"_a);
+
+    m.def("_batch_rank", &batch_rank, "data"_a.none(), "universe"_a.none() = nb::none());
+    m.def("_rolling_longitudinal_fast", &rolling_longitudinal_fast, "data"_a.none(), "window"_a.none(), "name"_a.none());
 }
 
 }  // namespace qm

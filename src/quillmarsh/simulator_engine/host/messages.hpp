@@ -142,4 +142,18 @@ inline std::string filtration_failed(const std::string& desc, const std::string&
     return "Filtration resolution failed for filters: " + desc + ": " + type_name + ": " + text;
 }
 
+// Fast paths and whole-matrix kernels.
+inline std::string fast_path_result_shape(const std::string& shape) {
+    return "Fast path result must be a two-dimensional (T, N_alloc) matrix; got shape " + shape;
+}
+inline std::string window_too_small(const std::string& window) {
+    return "window must be at least 1, got " + window;
+}
+inline std::string kernel_matrix_ndim(const std::string& kernel, const std::string& shape) {
+    return kernel + " data must be a two-dimensional matrix; got shape " + shape;
+}
+inline std::string rank_universe_shape(const std::string& universe_shape, const std::string& data_shape) {
+    return "rank universe shape " + universe_shape + " does not match data shape " + data_shape;
+}
+
 }  // namespace qm::msg

@@ -1,0 +1,24 @@
+// Batch cross-sectional rank: the percentile rank of every cell within its row.
+//
+// Input:  `data`, T x N float64, row-major (C-contiguous); `universe`, the same
+//         shape, or null for no masking.
+// Output: `out`, T x N float64, row-major; every cell is written.
+// Masking: a cell is missing where it is NaN or where its universe value is 0.0
+//   or NaN (the engine's masking rule, masking.hpp); missing cells stay NaN.
+// Ranks: per row, the present cells are ordered by value; tied values (equal
+//   under ==, so -0.0 ties 0.0 and equal infinities tie) share the mean of their
+//   1-based positions; every rank is divided by the row's count of present
+//   cells, so ranks lie in (0, 1].
+// Complexity: O(N) per row (radix sort; short rows O(N log N)); scratch rows
+//   reused across rows.
+// Runs without the GIL, touches no Python object.
+#pragma once
+
+#include <cstddef>
+
+namespace qm {
+
+// `out` must not alias `data` or `universe`.
+void rank_rows(const double* data, const double* universe, std::size_t rows, std::size_t cols, double* out);
+
+}  // namespace qm
