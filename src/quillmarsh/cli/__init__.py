@@ -1,0 +1,1 @@
+"""Command-line tool around the expression evaluator: evaluate, show and demo."""

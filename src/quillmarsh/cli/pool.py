@@ -1,0 +1,55 @@
+"""A pool of useful signals for the demo: ranked momentum and reversal over many lookbacks.
+
+Each signal's weights are the cross-sectional rank of its trailing return sum, centred each
+day; its PnL (one "gross_returns" column) is the previous day's weights times today's
+returns, known at the end of the day; its metadata carries its Sharpe ratio and turnover.
+"""
+from __future__ import annotations
+
+import numpy as np
+
+from quillmarsh.simulator_engine._types import UsefulSignal
+
+from quillmarsh.cli.market_data import MarketData
+from quillmarsh.cli.pnl import next_day_pnl, sharpe, turnover
+
+PNL_COLUMNS = ["gross_returns"]
+LOOKBACKS = (1, 2, 3, 4, 5, 6, 8, 10, 12, 15, 20, 25, 30, 40, 50, 60, 90, 120, 180, 250)
+
+
+def momentum_pool(market: MarketData) -> dict[str, UsefulSignal]:
+    """Two signals per lookback: "momentum_{k}" and its opposite "reversal_{k}"."""
+    returns = market.features["returns"]
+    live = (market.universe != 0) & ~np.isnan(market.universe)
+    pool = {}
+    for lookback in LOOKBACKS:
+        ranked = centred_rank(np.where(live, trailing_sum(returns, lookback), np.nan))
+        for name, weights in ((f"momentum_{lookback}", ranked), (f"reversal_{lookback}", -ranked)):
+            pool[name] = _useful_signal(weights, returns, lookback)
+    return pool
+
+
+def trailing_sum(values: np.ndarray, window: int) -> np.ndarray:
+    """Sum of the last `window` rows (NaN counts as 0); NaN until a full window is seen."""
+    totals = np.vstack([np.zeros((1, values.shape[1])), np.cumsum(np.nan_to_num(values), axis=0)])
+    out = np.full(values.shape, np.nan)
+    out[window - 1:] = totals[window:] - totals[:-window]
+    return out
+
+
+def centred_rank(values: np.ndarray) -> np.ndarray:
+    """Percentile rank within each row minus the row's mean rank; NaN stays NaN."""
+    present = ~np.isnan(values)
+    positions = np.empty(values.shape)
+    steps = np.broadcast_to(np.arange(1.0, values.shape[1] + 1.0), values.shape)
+    np.put_along_axis(positions, np.argsort(values, axis=1), steps, axis=1)  # NaN sorts last
+    count = np.maximum(present.sum(axis=1, keepdims=True), 1)
+    ranks = np.where(present, positions / count, np.nan)
+    centre = np.where(present, ranks, 0.0).sum(axis=1, keepdims=True) / count
+    return ranks - centre
+
+
+def _useful_signal(weights: np.ndarray, returns: np.ndarray, lookback: int) -> UsefulSignal:
+    pnl = np.concatenate([[0.0], next_day_pnl(weights, returns)])
+    metadata = {"sharpe": sharpe(pnl), "turnover": turnover(weights), "lookback": lookback}
+    return UsefulSignal(weights=weights, pnl=pnl[:, None], metadata=metadata)

@@ -1,0 +1,70 @@
+"""Every mistake a user can make: one line naming it, exit status 2, no output file left."""
+import pickle
+
+import numpy as np
+import pytest
+
+
+
+@pytest.mark.parametrize("expression, message", [
+    ("foo(close)", "unknown function 'foo' at column 1"),
+    ("rank(clse)", "unknown feature 'clse'; the data has close, returns, volume"),
+    ("rank(close", "syntax error at column 5"),
+    ("rank(close) + rank(volume)", "unsupported operator '+' at column 13"),
+    ("close.shift(1)", "unsupported expression 'close.shift' at column 1"),
+    ("mean(close, None)", "unsupported expression 'None' at column 13"),
+    ("  ", "empty expression"),
+    ("mean(close, 'x')", "evaluation failed: window must be an integer, got 'x'"),
+])
+def test_bad_expression(quillmarsh, user_error, tmp_path, market_file, expression, message):
+    completed = quillmarsh("evaluate", expression, "--data", market_file, "--out", "w.npy")
+    user_error(completed, message)
+    assert sorted(p.name for p in tmp_path.iterdir()) == ["market.npz"]
+
+
+@pytest.mark.parametrize("changes, message", [
+    ({"universe": None}, "has no 'universe' array"),
+    ({"volume": np.ones((60, 7))}, "feature 'volume' has shape (60, 7), the universe (60, 8)"),
+    ({"close": np.ones(60)}, "feature 'close' must be a 2-D (days, assets) array"),
+    ({"close": np.array([["a"] * 8] * 60)}, "feature 'close' is not numeric"),
+])
+def test_bad_data(quillmarsh, user_error, tmp_path, arrays, changes, message):
+    arrays.update(changes)
+    data = tmp_path / "bad.npz"
+    np.savez(data, **{name: value for name, value in arrays.items() if value is not None})
+    completed = quillmarsh("evaluate", "returns", "--data", data, "--out", "w.npy")
+    user_error(completed, message)
+    assert not (tmp_path / "w.npy").exists()
+
+
+def test_states_file_from_another_graph(quillmarsh, user_error, tmp_path, market_file):
+    saved = quillmarsh("evaluate", "mean(close, 5)", "--data", market_file, "--out", "a.npy",
+                       "--states-out", "s.pkl")
+    assert saved.returncode == 0, saved.stderr
+    completed = quillmarsh("evaluate", "mean(close, 10)", "--data", market_file, "--out", "b.npy",
+                           "--states-in", "s.pkl", "--states-out", "t.pkl")
+    user_error(
+        completed, "states file s.pkl was saved for the graph mean(close, 5), not for mean(close, 10)")
+    assert not (tmp_path / "b.npy").exists() and not (tmp_path / "t.pkl").exists()
+
+
+def test_file_that_is_not_a_states_file(quillmarsh, user_error, tmp_path, market_file):
+    (tmp_path / "s.pkl").write_bytes(pickle.dumps({"something": "else"}))
+    completed = quillmarsh("evaluate", "close", "--data", market_file, "--out", "w.npy",
+                           "--states-in", "s.pkl")
+    user_error(completed, "s.pkl is not a quillmarsh states file")
+
+
+def test_failed_evaluation_keeps_the_previous_output(quillmarsh, user_error, tmp_path, market_file):
+    (tmp_path / "w.npy").write_bytes(b"previous")
+    completed = quillmarsh("evaluate", "nope(close)", "--data", market_file, "--out", "w.npy")
+    user_error(completed, "unknown function 'nope'")
+    assert (tmp_path / "w.npy").read_bytes() == b"previous"
+    assert sorted(p.name for p in tmp_path.iterdir()) == ["market.npz", "w.npy"]
+
+
+def test_unknown_function_in_a_json_graph(quillmarsh, user_error, tmp_path, market_file):
+    (tmp_path / "g.json").write_text(
+        '{"type": "rotation", "node": "mystery_1", "children": [{"type": "feature", "node": "close"}]}')
+    completed = quillmarsh("evaluate", "g.json", "--data", market_file, "--out", "w.npy")
+    user_error(completed, "unknown function 'mystery_1' (node root)")

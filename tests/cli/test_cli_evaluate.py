@@ -1,0 +1,85 @@
+"""`quillmarsh evaluate` and `quillmarsh show` on small data, as a user runs them."""
+import numpy as np
+import pytest
+
+
+EXPRESSIONS = [
+    "rank(close) * rank(volume)",
+    "zscore(mean(returns, 5), 10)",
+    "scale(demean(rank(volume)), 2.0)",
+    "mul(std(close, 3), latitudinal_rank_688068(volume))",
+]
+
+
+def test_bare_feature_is_the_masked_matrix(quillmarsh, tmp_path, market_file, masked_close):
+    completed = quillmarsh("evaluate", "close", "--data", market_file, "--out", "w.npy")
+    assert completed.returncode == 0, completed.stderr
+    assert "path:    leaf" in completed.stdout
+    np.testing.assert_array_equal(np.load(tmp_path / "w.npy"), masked_close)
+
+
+@pytest.mark.parametrize("expression", EXPRESSIONS)
+def test_text_and_json_forms_evaluate_alike(quillmarsh, tmp_path, market_file, expression):
+    shown = quillmarsh("show", expression, "--json")
+    assert shown.returncode == 0, shown.stderr
+    (tmp_path / "graph.json").write_text(shown.stdout)
+    (tmp_path / "graph.txt").write_text(f"# the same graph\n{expression}\n")
+    for source, out in ((expression, "text.npy"), ("graph.json", "json.npy"), ("graph.txt", "file.npy")):
+        completed = quillmarsh("evaluate", source, "--data", market_file, "--out", out)
+        assert completed.returncode == 0, completed.stderr
+    text = np.load(tmp_path / "text.npy")
+    assert text.shape == (60, 8) and not np.isnan(text).all()
+    np.testing.assert_array_equal(np.load(tmp_path / "json.npy"), text)
+    np.testing.assert_array_equal(np.load(tmp_path / "file.npy"), text)
+
+
+def test_states_carry_a_rolling_window_across_files(quillmarsh, tmp_path, arrays):
+    np.savez(tmp_path / "all.npz", **arrays)
+    np.savez(tmp_path / "first.npz", **{name: a[:40] for name, a in arrays.items()})
+    np.savez(tmp_path / "second.npz", **{name: a[40:] for name, a in arrays.items()})
+    expression = "zscore(mean(returns, 3), 12)"
+    runs = [("all.npz", "all.npy", ()),
+            ("first.npz", "first.npy", ("--states-out", "s.pkl")),
+            ("second.npz", "second.npy", ("--states-in", "s.pkl"))]
+    for data, out, extra in runs:
+        completed = quillmarsh("evaluate", expression, "--data", data, "--out", out, *extra)
+        assert completed.returncode == 0, completed.stderr
+    streamed = np.vstack([np.load(tmp_path / "first.npy"), np.load(tmp_path / "second.npy")])
+    np.testing.assert_array_equal(streamed, np.load(tmp_path / "all.npy"))
+
+
+def test_data_nan_features_empty_the_nodes_above_them(quillmarsh, tmp_path, market_file):
+    completed = quillmarsh("evaluate", "rank(close) * rank(volume)", "--data", market_file,
+                           "--out", "w.npy", "--data-nan-features", "close")
+    assert completed.returncode == 0, completed.stderr
+    assert "data NaN from: root.c0, root.c0.c0" in completed.stdout
+    assert np.isnan(np.load(tmp_path / "w.npy")).all()
+
+
+def test_unknown_data_nan_feature(quillmarsh, user_error, market_file):
+    completed = quillmarsh("evaluate", "rank(close)", "--data", market_file, "--out", "w.npy",
+                           "--data-nan-features", "close,spread")
+    user_error(completed, "unknown feature 'spread'")
+
+
+def test_show_prints_identities_and_path(quillmarsh, market_file):
+    completed = quillmarsh("show", "rank(close) * rank(volume)", "--data", market_file)
+    assert completed.returncode == 0, completed.stderr
+    lines = completed.stdout.splitlines()
+    assert lines[0] == "text:  rank(close) * rank(volume)"
+    assert lines[1].startswith("path:  rank product")
+    assert [line.split()[:2] for line in lines[3:]] == [
+        ["root", "rotation"], ["root.c0", "rotation"], ["root.c0.c0", "feature"],
+        ["root.c1", "rotation"], ["root.c1.c0", "feature"]]
+
+
+@pytest.mark.parametrize("expression, rows, path", [
+    ("close", 100, "leaf"),
+    ("rank(close)", 100, "rank"),
+    ("zscore(mean(close, 5), 20)", 100, "general"),
+    ("zscore(mean(close, 5), 20)", 100_000, "longitudinal"),
+])
+def test_show_path_on_placeholder_data(quillmarsh, expression, rows, path):
+    completed = quillmarsh("show", expression, "--rows", rows)
+    assert completed.returncode == 0, completed.stderr
+    assert completed.stdout.splitlines()[1] == f"path:  {path} (placeholder data, {rows} days)"
