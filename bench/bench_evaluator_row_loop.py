@@ -7,9 +7,9 @@ the instances spend being called, over T x nodes) and the speed-up over a
 straightforward pure-Python loop (dicts of registers, numpy.copy per argument).
 Goals: <= 1 microsecond per node-row, >= 5x faster than the Python loop.
 """
-import time
 
 import numpy as np
+from _timing import best_time
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
@@ -36,15 +36,6 @@ def chain_graph():
     return node, {path: Trivial() for path in paths}
 
 
-def best_time(fn):
-    times = []
-    for _ in range(REPEATS):
-        start = time.perf_counter()
-        fn()
-        times.append(time.perf_counter() - start)
-    return min(times)
-
-
 def instance_time(instances):
     """The same T x NODES instance calls, from a bare Python loop."""
     arg = np.zeros(N_ALLOC)
@@ -54,7 +45,7 @@ def instance_time(instances):
         for _ in range(T):
             for instance in calls:
                 instance(arg)
-    return best_time(run)
+    return best_time(run, REPEATS)[0]
 
 
 def python_loop(graph, instances, features, universe):
@@ -96,9 +87,9 @@ def main():
         ctx._collect_node_outputs = collect_outputs
         return lambda: ee.evaluate(graph, ctx, bound_function_instances=instances)
 
-    loop = best_time(engine(False))
-    with_capture = best_time(engine(True))
-    reference = best_time(lambda: python_loop(graph, instances, features, universe))
+    loop = best_time(engine(False), REPEATS)[0]
+    with_capture = best_time(engine(True), REPEATS)[0]
+    reference = best_time(lambda: python_loop(graph, instances, features, universe), REPEATS)[0]
     ctx = ee.EvaluationContext([features], {"close": 0}, universe=universe)
     np.testing.assert_array_equal(ee.evaluate(graph, ctx, bound_function_instances=instances).weights,
                                   python_loop(graph, instances, features, universe))

@@ -8,31 +8,14 @@ Run: .venv/bin/python bench/bench_fast_paths_rank.py
 """
 from __future__ import annotations
 
-import time
-
 import numpy as np
+from _timing import best_time, optional_module
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
 
 T, N, REPEAT = 2520, 3000, 3
-
-try:
-    import bottleneck
-except ImportError:
-    bottleneck = None
-try:
-    import pandas
-except ImportError:
-    pandas = None
-
-
-def best_time(fn):
-    best, result = float("inf"), None
-    for _ in range(REPEAT):
-        start = time.perf_counter()
-        result = fn()
-        best = min(best, time.perf_counter() - start)
-    return best, result
+bottleneck = optional_module("bottleneck")
+pandas = optional_module("pandas")
 
 
 def make_inputs():
@@ -51,22 +34,18 @@ def bottleneck_pct(masked):
 
 def main():
     data, universe, masked = make_inputs()
-    kernel_time, ranks = best_time(lambda: ee._batch_rank(data, universe=universe))
+    kernel_time, ranks = best_time(lambda: ee._batch_rank(data, universe=universe), REPEAT)
     print(f"batch rank of {data.shape}, {np.mean(universe == 0.0):.0%} of cells masked, best of {REPEAT}")
     print(f"kernel                                   {kernel_time:8.3f} s")
     if pandas is not None:
         frame = pandas.DataFrame(masked)
-        other_time, result = best_time(lambda: frame.rank(axis=1, method="average", pct=True))
+        other_time, result = best_time(lambda: frame.rank(axis=1, method="average", pct=True), REPEAT)
         np.testing.assert_array_equal(ranks, result.to_numpy())
         print(f"pandas rank(axis=1, pct=True) (equal)    {other_time:8.3f} s  ratio {other_time / kernel_time:5.1f}x")
-    else:
-        print("pandas not installed: comparison skipped")
     if bottleneck is not None:
-        other_time, _ = best_time(lambda: bottleneck.nanrankdata(masked, axis=1))
+        other_time, _ = best_time(lambda: bottleneck.nanrankdata(masked, axis=1), REPEAT)
         np.testing.assert_array_equal(ranks, bottleneck_pct(masked))
         print(f"bottleneck nanrankdata(axis=1) (equal)   {other_time:8.3f} s  ratio {other_time / kernel_time:5.1f}x")
-    else:
-        print("bottleneck not installed: comparison skipped")
 
 
 if __name__ == "__main__":

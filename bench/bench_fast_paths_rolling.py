@@ -7,10 +7,10 @@ Run: .venv/bin/python bench/bench_fast_paths_rolling.py
 """
 from __future__ import annotations
 
-import time
 import tracemalloc
 
 import numpy as np
+from _timing import best_time, optional_module
 
 from quillmarsh._reference.rolling import rolling_reference
 from quillmarsh.functions.builtins.longitudinal import ROLLING_MEAN, ROLLING_STD, ROLLING_ZSCORE
@@ -19,24 +19,8 @@ from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
 
 T, N, WINDOW, REPEAT = 100_000, 500, 20, 3
-
-try:
-    import bottleneck
-except ImportError:
-    bottleneck = None
-try:
-    import pandas
-except ImportError:
-    pandas = None
-
-
-def best_time(fn, repeat=REPEAT):
-    best, result = float("inf"), None
-    for _ in range(repeat):
-        start = time.perf_counter()
-        result = fn()
-        best = min(best, time.perf_counter() - start)
-    return best, result
+bottleneck = optional_module("bottleneck")
+pandas = optional_module("pandas")
 
 
 def make_data():
@@ -49,24 +33,26 @@ def make_data():
 def others(data, name):
     """Name -> callable computing the same statistic with another library."""
     out = {"numpy long-double reference": lambda: rolling_reference(data, WINDOW, name)}
-    if name == ROLLING_ZSCORE:
-        return out
     if bottleneck is not None:
-        move = bottleneck.move_mean if name == ROLLING_MEAN else bottleneck.move_std
-        kwargs = {} if name == ROLLING_MEAN else {"ddof": 0}
-        out["bottleneck"] = lambda: move(data, WINDOW, axis=0, **kwargs)
+        def mean():
+            return bottleneck.move_mean(data, WINDOW, axis=0)
+
+        def std():
+            return bottleneck.move_std(data, WINDOW, axis=0, ddof=0)
+
+        out["bottleneck"] = {ROLLING_MEAN: mean, ROLLING_STD: std,
+                             ROLLING_ZSCORE: lambda: (data - mean()) / std()}[name]
     if pandas is not None:
-        frame = pandas.DataFrame(data)
-        if name == ROLLING_MEAN:
-            out["pandas"] = lambda: frame.rolling(WINDOW).mean()
-        else:
-            out["pandas"] = lambda: frame.rolling(WINDOW).std(ddof=0)
+        window = pandas.DataFrame(data).rolling(WINDOW)
+        out["pandas"] = {ROLLING_MEAN: window.mean,
+                         ROLLING_STD: lambda: window.std(ddof=0),
+                         ROLLING_ZSCORE: lambda: (window.obj - window.mean()) / window.std(ddof=0)}[name]
     return out
 
 
 def bench_kernel(data):
     for name, label in [(ROLLING_MEAN, "mean"), (ROLLING_STD, "std"), (ROLLING_ZSCORE, "z-score")]:
-        kernel_time, fast = best_time(lambda: ee._rolling_longitudinal_fast(data, WINDOW, name))
+        kernel_time, fast = best_time(lambda: ee._rolling_longitudinal_fast(data, WINDOW, name), REPEAT)
         print(f"{label:8s} kernel {kernel_time:8.3f} s")
         for other, fn in others(data, name).items():
             repeat = 1 if other.startswith("numpy") else REPEAT
@@ -76,10 +62,6 @@ def bench_kernel(data):
                 other += " (cells identical)"
             print(f"{'':8s} {other:38s} {other_time:8.3f} s  ratio {other_time / kernel_time:6.1f}x")
             del result
-    if bottleneck is None:
-        print("bottleneck not installed: comparison skipped")
-    if pandas is None:
-        print("pandas not installed: comparison skipped")
 
 
 def bench_path_memory(data):
