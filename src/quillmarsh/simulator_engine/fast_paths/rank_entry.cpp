@@ -1,5 +1,7 @@
 #include "fast_paths/rank_entry.hpp"
 
+#include <cstdint>
+
 #include "fast_paths/rank_kernel.hpp"
 #include "host/arrays.hpp"
 #include "host/errors.hpp"
@@ -18,6 +20,8 @@ nb::object batch_rank(nb::handle data, nb::handle universe) {
     nb::object matrix = as_float64_contiguous(data);
     std::vector<std::int64_t> dims = dims_of(matrix);
     if (dims.size() != 2) raise_error(nb::handle(PyExc_ValueError), msg::kernel_matrix_ndim("rank", dims_text(dims)));
+    // The sort packs a column into 32 bits.
+    if (dims[1] > std::int64_t{UINT32_MAX}) raise_error(nb::handle(PyExc_ValueError), msg::rank_row_too_wide(dims_text(dims)));
     nb::object live;
     if (!universe.is_none()) {
         live = as_float64_contiguous(universe);

@@ -16,31 +16,36 @@ constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
 // Scratch of one row, reused for every row.
 struct RowScratch {
-    std::vector<double> masked;    // the row after masking
-    std::vector<RankCell> cells;   // its present cells, sorted by value
-    std::vector<RankCell> spare;   // sorting space
+    std::vector<double> masked;        // the row after masking
+    std::vector<std::uint64_t> keys;   // order key of every present cell, by column
+    std::vector<std::uint64_t> words;  // sort words of the present cells, sorted by key
+    std::vector<std::uint64_t> spare;  // sorting space
 
-    explicit RowScratch(std::size_t cols) : masked(cols) { cells.reserve(cols); }
+    explicit RowScratch(std::size_t cols) : masked(cols), keys(cols) { words.reserve(cols); }
 };
 
 // The present (non-NaN) cells of `values`, sorted by value.
 void sort_present(const double* values, std::size_t cols, RowScratch& scratch) {
-    scratch.cells.clear();
+    scratch.words.clear();
     for (std::size_t c = 0; c < cols; ++c) {
-        if (!std::isnan(values[c])) scratch.cells.push_back(RankCell{rank_order_key(values[c]), static_cast<std::uint32_t>(c)});
+        if (std::isnan(values[c])) continue;
+        const std::uint64_t key = rank_order_key(values[c]);
+        scratch.keys[c] = key;
+        scratch.words.push_back(rank_sort_word(key, static_cast<std::uint32_t>(c)));
     }
-    sort_rank_cells(scratch.cells, scratch.spare);
+    sort_rank_words(scratch.keys.data(), scratch.words, scratch.spare);
 }
 
 // Writes the percentile rank of every sorted cell; ties share their mean position.
-void write_ranks(const std::vector<RankCell>& cells, double* out) {
-    const std::size_t count = cells.size();
+void write_ranks(const std::vector<std::uint64_t>& words, const std::vector<std::uint64_t>& keys, double* out) {
+    const std::size_t count = words.size();
     const double n = static_cast<double>(count);
     for (std::size_t start = 0; start < count;) {
+        const std::uint64_t key = keys[rank_word_column(words[start])];
         std::size_t end = start;  // last position of the tie group
-        while (end + 1 < count && cells[end + 1].key == cells[start].key) ++end;
+        while (end + 1 < count && keys[rank_word_column(words[end + 1])] == key) ++end;
         const double rank = static_cast<double>(start + end + 2) / 2.0 / n;
-        for (std::size_t i = start; i <= end; ++i) out[cells[i].column] = rank;
+        for (std::size_t i = start; i <= end; ++i) out[rank_word_column(words[i])] = rank;
         start = end + 1;
     }
 }
@@ -48,7 +53,7 @@ void write_ranks(const std::vector<RankCell>& cells, double* out) {
 void rank_row(const double* values, std::size_t cols, RowScratch& scratch, double* out) {
     std::fill_n(out, cols, kNaN);
     sort_present(values, cols, scratch);
-    write_ranks(scratch.cells, out);
+    write_ranks(scratch.words, scratch.keys, out);
 }
 
 }  // namespace

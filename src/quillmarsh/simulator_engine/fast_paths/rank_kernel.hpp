@@ -9,8 +9,9 @@
 //   under ==, so -0.0 ties 0.0 and equal infinities tie) share the mean of their
 //   1-based positions; every rank is divided by the row's count of present
 //   cells, so ranks lie in (0, 1].
-// Complexity: O(N) per row (radix sort; short rows O(N log N)); scratch rows
-//   reused across rows.
+// Complexity: O(N) per row for spread-out values (radix sort, rank_sort.hpp);
+//   O(N log N) for short rows and for values that crowd together; scratch
+//   rows reused across rows.
 // Runs without the GIL, touches no Python object.
 #pragma once
 

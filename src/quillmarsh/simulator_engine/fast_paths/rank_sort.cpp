@@ -9,45 +9,65 @@ namespace qm {
 namespace {
 
 constexpr std::size_t kRadixMinCells = 256;
+constexpr int kFirstByte = 4;  // the high half of a word: bytes 4..7
 constexpr int kKeyBytes = 8;
 constexpr std::size_t kDigits = 256;
 
 using Histograms = std::array<std::array<std::uint32_t, kDigits>, kKeyBytes>;
 
-inline std::size_t digit(std::uint64_t key, int byte) { return (key >> (8 * byte)) & (kDigits - 1); }
+inline std::size_t digit(std::uint64_t word, int byte) { return (word >> (8 * byte)) & (kDigits - 1); }
 
-Histograms count_digits(const std::vector<RankCell>& cells) {
+Histograms count_digits(const std::vector<std::uint64_t>& words) {
     Histograms counts{};
-    for (const RankCell& cell : cells) {
-        for (int byte = 0; byte < kKeyBytes; ++byte) ++counts[byte][digit(cell.key, byte)];
+    for (std::uint64_t word : words) {
+        for (int byte = kFirstByte; byte < kKeyBytes; ++byte) ++counts[byte][digit(word, byte)];
     }
     return counts;
 }
 
-// One stable counting pass on key byte `byte`, from `src` into `dst`.
-void scatter_by_digit(const RankCell* src, RankCell* dst, std::size_t n, std::array<std::uint32_t, kDigits>& count,
-                      int byte) {
+// One stable counting pass on byte `byte`, from `src` into `dst`.
+void scatter_by_digit(const std::uint64_t* src, std::uint64_t* dst, std::size_t n,
+                      std::array<std::uint32_t, kDigits>& count, int byte) {
     std::uint32_t offset = 0;
     for (std::uint32_t& slot : count) {
         std::uint32_t here = slot;
         slot = offset;
         offset += here;
     }
-    for (std::size_t i = 0; i < n; ++i) dst[count[digit(src[i].key, byte)]++] = src[i];
+    for (std::size_t i = 0; i < n; ++i) dst[count[digit(src[i], byte)]++] = src[i];
 }
 
-void radix_sort(std::vector<RankCell>& cells, std::vector<RankCell>& spare) {
-    const std::size_t n = cells.size();
+// Orders `words` by their high halves.
+void radix_sort_high_halves(std::vector<std::uint64_t>& words, std::vector<std::uint64_t>& spare) {
+    const std::size_t n = words.size();
     spare.resize(n);
-    Histograms counts = count_digits(cells);
-    RankCell* src = cells.data();
-    RankCell* dst = spare.data();
-    for (int byte = 0; byte < kKeyBytes; ++byte) {
-        if (counts[byte][digit(src[0].key, byte)] == n) continue;  // every key has this byte: already ordered
+    Histograms counts = count_digits(words);
+    std::uint64_t* src = words.data();
+    std::uint64_t* dst = spare.data();
+    for (int byte = kFirstByte; byte < kKeyBytes; ++byte) {
+        if (counts[byte][digit(src[0], byte)] == n) continue;  // every word has this byte: already ordered
         scatter_by_digit(src, dst, n, counts[byte], byte);
         std::swap(src, dst);
     }
-    if (src != cells.data()) std::copy(src, src + n, cells.data());
+    if (src != words.data()) std::copy(src, src + n, words.data());
+}
+
+void sort_by_full_key(const std::uint64_t* keys, std::uint64_t* first, std::uint64_t* last) {
+    std::sort(first, last, [keys](std::uint64_t a, std::uint64_t b) {
+        return keys[rank_word_column(a)] < keys[rank_word_column(b)];
+    });
+}
+
+// Within each run of words sharing a high half, orders by the full keys.
+void order_runs_by_full_key(const std::uint64_t* keys, std::vector<std::uint64_t>& words) {
+    const std::size_t n = words.size();
+    for (std::size_t start = 0; start < n;) {
+        const std::uint64_t high = words[start] >> 32;
+        std::size_t end = start + 1;
+        while (end < n && (words[end] >> 32) == high) ++end;
+        if (end - start > 1) sort_by_full_key(keys, words.data() + start, words.data() + end);
+        start = end;
+    }
 }
 
 }  // namespace
@@ -61,12 +81,13 @@ std::uint64_t rank_order_key(double value) {
     return (bits >> 63) ? ~bits : (bits | (std::uint64_t{1} << 63));
 }
 
-void sort_rank_cells(std::vector<RankCell>& cells, std::vector<RankCell>& spare) {
-    if (cells.size() < kRadixMinCells) {
-        std::sort(cells.begin(), cells.end(), [](const RankCell& a, const RankCell& b) { return a.key < b.key; });
+void sort_rank_words(const std::uint64_t* keys, std::vector<std::uint64_t>& words, std::vector<std::uint64_t>& spare) {
+    if (words.size() < kRadixMinCells) {
+        sort_by_full_key(keys, words.data(), words.data() + words.size());
         return;
     }
-    radix_sort(cells, spare);
+    radix_sort_high_halves(words, spare);
+    order_runs_by_full_key(keys, words);
 }
 
 }  // namespace qm

@@ -155,5 +155,8 @@ inline std::string kernel_matrix_ndim(const std::string& kernel, const std::stri
 inline std::string rank_universe_shape(const std::string& universe_shape, const std::string& data_shape) {
     return "rank universe shape " + universe_shape + " does not match data shape " + data_shape;
 }
+inline std::string rank_row_too_wide(const std::string& shape) {
+    return "rank rows are limited to 4294967295 cells; got shape " + shape;
+}
 
 }  // namespace qm::msg
