@@ -96,3 +96,18 @@ def test_window_must_be_a_positive_integer_matching_the_state(window, error):
     saved = FunctionState(ROLLING_STD, "1", {"count": 0, "window": 3})
     with pytest.raises(error, match="window"):
         default_registry().create_instance_from_state(ROLLING_STD, saved, window=window)
+
+
+def test_restores_from_arrays_of_any_layout_and_byte_order():
+    data = np.arange(1.0, 25.0).reshape(8, 3) ** 1.5
+    registry = default_registry()
+    first = registry.create_instance(ROLLING_ZSCORE, window=3)
+    head = run_rows(first, data[:5])
+    saved = first.get_state()
+    saved["ring"] = np.asfortranarray(saved["ring"])
+    saved["nan_in_window"] = saved["nan_in_window"].astype(">i8")
+    saved["prefix_sum"] = np.repeat(saved["prefix_sum"], 2)[::2]
+    resumed = registry.create_instance_from_state(
+        ROLLING_ZSCORE, FunctionState(ROLLING_ZSCORE, "1", saved), window=3)
+    tail = run_rows(resumed, data[5:])
+    assert_bitwise_equal(np.vstack([head, tail]), rolling_reference(data, 3, ROLLING_ZSCORE))

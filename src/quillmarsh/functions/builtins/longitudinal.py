@@ -1,11 +1,13 @@
 """Rolling mean, standard deviation and z-score over the trailing `window` rows, row by row.
 
 Fed rows 0, 1, 2, ... of a matrix, an instance returns exactly (bit for bit) the rows of the
-engine's whole-matrix rolling kernel over the same columns. To get there it repeats the
-kernel's arithmetic: a window sum is the difference of two long-double prefix sums of the
-NaN-zeroed values, the leading one over every row seen and the lagging one over the rows that
-have left the window, both accumulated from zero in row order; the departing value is never
-subtracted. Statistics are computed in long double and rounded to float64 only on return.
+engine's whole-matrix rolling kernel over the same columns. The instance owns the running
+sums; each row is one call of the engine's compiled step (`_rolling_step`), which updates them
+in place with the kernel's own cell arithmetic: a window sum is the difference of two
+long-double prefix sums of the NaN-zeroed values, the leading one over every row seen and the
+lagging one over the rows that have left the window, both accumulated from zero in row order;
+the departing value is never subtracted. Statistics are computed in long double and rounded to
+float64 only on return.
 
 NaN policy: a cell has a value only when the window is full (at least `window` rows seen) and
 none of its `window` values is NaN; infinities are values. Once an infinity enters a column's
@@ -20,6 +22,7 @@ import numpy as np
 
 from quillmarsh.functions._typed_shapes import format_shape
 from quillmarsh.functions.builtins._config import check_saved_window, validated_window
+from quillmarsh.simulator_engine.expression_evaluator import _rolling_step
 
 ROLLING_MEAN = "longitudinal_accumulators_25c7fb"
 ROLLING_STD = "longitudinal_accumulators_a5b1f0"
@@ -47,7 +50,8 @@ class _WindowSums:
 
     @classmethod
     def restored(cls, data: dict, window: int) -> _WindowSums:
-        sums = cls(np.array(data["ring"], dtype=np.float64),
+        # Fresh native-order C-contiguous copies: the compiled step updates them in place.
+        sums = cls(np.array(data["ring"], dtype=np.float64, order="C"),
                    np.array(data["nan_in_window"], dtype=np.int64),
                    *(np.array(data[key], dtype=ACCUM_DTYPE) for key in _SUM_KEYS))
         width = sums.nan_in_window.shape
@@ -56,33 +60,16 @@ class _WindowSums:
             raise ValueError(f"saved rolling state does not fit a window of {window} rows")
         return sums
 
-    def add(self, row: np.ndarray, slot: int) -> None:
-        """The newest row enters the window."""
-        missing = np.isnan(row)
-        safe = np.where(missing, 0.0, row).astype(ACCUM_DTYPE)
-        self.prefix_sum += safe
-        self.prefix_sum_sq += safe * safe
-        self.nan_in_window += missing
-        self.ring[slot] = row
-
-    def remove(self, slot: int) -> None:
-        """The oldest row, held in `slot`, leaves the window: the lagging sums advance over it."""
-        departing = self.ring[slot]
-        missing = np.isnan(departing)
-        safe = np.where(missing, 0.0, departing).astype(ACCUM_DTYPE)
-        self.lagging_sum += safe
-        self.lagging_sum_sq += safe * safe
-        self.nan_in_window -= missing
-
     def copied(self) -> dict:
         return {"ring": self.ring.copy(), "nan_in_window": self.nan_in_window.copy(),
                 **{key: getattr(self, key).copy() for key in _SUM_KEYS}}
 
 
 class _RollingStatistic:
-    """Drives the phases: filling the first window (warm-up, output NaN), then steady state."""
+    """Owns the running sums and the row count; the compiled step does each row's arithmetic."""
 
     stateful = True
+    _statistic: str  # the registry name, which selects the statistic of the compiled step
 
     def __init__(self, window: int) -> None:
         self.window = validated_window(window)
@@ -92,15 +79,10 @@ class _RollingStatistic:
     def __call__(self, x: Any, context: Any = None) -> np.ndarray:
         row = np.asarray(x, dtype=np.float64)
         sums = self._sums_for(row)
-        slot = self._count % self.window
-        with np.errstate(invalid="ignore"):  # inf - inf once infinities entered the sums
-            if self._count >= self.window:  # steady state: the oldest row leaves first
-                sums.remove(slot)
-            sums.add(row, slot)
-            self._count += 1
-            if self._count < self.window:  # warm-up
-                return np.full(row.shape, np.nan)
-            return self._value(sums, row)
+        out = _rolling_step(sums.ring, sums.nan_in_window, sums.prefix_sum, sums.prefix_sum_sq,
+                            sums.lagging_sum, sums.lagging_sum_sq, row, self._count, self._statistic)
+        self._count += 1
+        return out
 
     def get_state(self) -> dict:
         """The payload "count" and "window", plus copies of the running sums once a row was seen."""
@@ -129,47 +111,20 @@ class _RollingStatistic:
             raise ValueError(f"expected a row of shape {expected}, got {format_shape(row.shape)}")
         return self._sums
 
-    def _value(self, sums: _WindowSums, row: np.ndarray) -> np.ndarray:
-        out = np.full(row.shape, np.nan)
-        computable = sums.nan_in_window == 0  # the window includes the latest row
-        if computable.any():
-            statistic = self._statistic(sums.prefix_sum - sums.lagging_sum,
-                                        sums.prefix_sum_sq - sums.lagging_sum_sq, row)
-            out[computable] = statistic[computable]
-        return out
-
-    def _statistic(self, window_sum: np.ndarray, window_sum_sq: np.ndarray,
-                   latest: np.ndarray) -> np.ndarray:
-        raise NotImplementedError
-
 
 class RollingMean(_RollingStatistic):
     """`longitudinal_accumulators_25c7fb`: mean of the window."""
 
-    def _statistic(self, window_sum, window_sum_sq, latest):
-        return window_sum / self.window
+    _statistic = ROLLING_MEAN
 
 
 class RollingStd(_RollingStatistic):
     """`longitudinal_accumulators_a5b1f0`: population standard deviation (divisor `window`)."""
 
-    def _statistic(self, window_sum, window_sum_sq, latest):
-        return _mean_and_std(window_sum, window_sum_sq, self.window)[1]
+    _statistic = ROLLING_STD
 
 
 class RollingZScore(_RollingStatistic):
     """`longitudinal_accumulators_7e8468`: (latest - mean) / std, and 0.0 where std is 0."""
 
-    def _statistic(self, window_sum, window_sum_sq, latest):
-        mean, std = _mean_and_std(window_sum, window_sum_sq, self.window)
-        z = np.zeros_like(std)
-        spread = std != 0.0
-        z[spread] = (latest.astype(ACCUM_DTYPE)[spread] - mean[spread]) / std[spread]
-        return z
-
-
-def _mean_and_std(window_sum: np.ndarray, window_sum_sq: np.ndarray,
-                  window: int) -> tuple[np.ndarray, np.ndarray]:
-    mean = window_sum / window
-    variance = np.maximum(window_sum_sq / window - mean * mean, 0.0)  # clips rounding residue
-    return mean, np.sqrt(variance)
+    _statistic = ROLLING_ZSCORE

@@ -5,28 +5,18 @@ from typing import Any
 
 import numpy as np
 
+from quillmarsh.simulator_engine.expression_evaluator import _batch_rank
+
 
 def rank_row(row: Any) -> np.ndarray:
     """Average rank of each non-NaN cell among the row's non-NaN cells, divided by their count.
 
     Values lie in (0, 1]; ties share the mean of their 1-based positions; NaN stays NaN.
-    Infinities rank as the extreme values they are.
+    Infinities rank as the extreme values they are. The engine's batch rank kernel ranks the
+    row as a one-row matrix.
     """
     values = np.asarray(row, dtype=np.float64)
-    ranks = np.full(values.shape, np.nan)
-    present = np.flatnonzero(~np.isnan(values))
-    count = present.size
-    if count == 0:
-        return ranks
-    present_values = values[present]
-    order = np.argsort(present_values, kind="stable")
-    ordered = present_values[order]
-    # Tie groups as runs of equal sorted values (== rather than diff, so equal infinities tie).
-    starts = np.flatnonzero(np.r_[True, ordered[1:] != ordered[:-1]])
-    ends = np.r_[starts[1:], count] - 1
-    group_rank = (starts + ends + 2) / 2.0
-    ranks[present[order]] = np.repeat(group_rank, ends - starts + 1) / count
-    return ranks
+    return _batch_rank(values.reshape(1, -1)).reshape(values.shape)
 
 
 class LatitudinalRank:

@@ -6,6 +6,7 @@
 #include "fast_paths/rank_paths.hpp"
 #include "fast_paths/rank_entry.hpp"
 #include "fast_paths/rolling_entry.hpp"
+#include "fast_paths/rolling_step_entry.hpp"
 #include "fast_paths/universe_mask.hpp"
 
 namespace nb = nanobind;
@@ -38,6 +39,9 @@ void export_fast_paths(nb::module_& m) {
 
     m.def("_batch_rank", &batch_rank, "data"_a.none(), "universe"_a.none() = nb::none());
     m.def("_rolling_longitudinal_fast", &rolling_longitudinal_fast, "data"_a.none(), "window"_a.none(), "name"_a.none());
+    m.def("_rolling_step", &rolling_step_entry, "ring"_a.none(), "nan_in_window"_a.none(), "prefix_sum"_a.none(),
+          "prefix_sum_sq"_a.none(), "lagging_sum"_a.none(), "lagging_sum_sq"_a.none(), "row"_a.none(), "count"_a.none(),
+          "name"_a.none());
 }
 
 }  // namespace qm

@@ -1,9 +1,10 @@
 #include "fast_paths/rolling.hpp"
 
 #include <algorithm>
-#include <cmath>
 #include <limits>
 #include <vector>
+
+#include "fast_paths/rolling_cell.hpp"
 
 namespace qm {
 
@@ -19,27 +20,6 @@ constexpr std::size_t kTileRows = 64;
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-// The statistic of one window from its sums, rounded to float64. `latest`
-// stays a double until used: keeping it on the x87 stack through the
-// computation forces spills (z-score 2x slower).
-template <RollingStatistic S>
-double window_value(long double sum, long double sum_sq, long double window, double latest) {
-    long double mean = sum / window;
-    if constexpr (S == RollingStatistic::Mean) {
-        return static_cast<double>(mean);
-    } else {
-        long double variance = sum_sq / window - mean * mean;
-        if (variance < 0.0L) variance = 0.0L;  // rounding residue; NaN stays NaN
-        long double std_dev = std::sqrt(variance);
-        if constexpr (S == RollingStatistic::Std) {
-            return static_cast<double>(std_dev);
-        } else {
-            if (std_dev == 0.0L) return 0.0;
-            return static_cast<double>((static_cast<long double>(latest) - mean) / std_dev);
-        }
-    }
-}
-
 // Running sums of one column. NaN cells count as 0.0 in the sums and are
 // counted in the `*_missing` counters instead.
 template <RollingStatistic S>
@@ -54,27 +34,11 @@ struct ColumnSums {
     std::size_t lag_missing = 0;   // NaN cells among the rows that have left
 
     // Row t enters the window.
-    void add(double x) {
-        long double v = x;
-        if (std::isnan(v)) {
-            ++lead_missing;
-            return;
-        }
-        lead += v;
-        if constexpr (kSquares) lead_sq += v * v;
-    }
+    void add(double x) { lead_missing += accumulate<kSquares>(x, lead, lead_sq); }
 
     // Row t - window leaves: it joins the lagging sums, in the same order the
     // leading sums saw it, so the window sum is exactly a difference of prefix sums.
-    void remove(double x) {
-        long double v = x;
-        if (std::isnan(v)) {
-            ++lag_missing;
-            return;
-        }
-        lag += v;
-        if constexpr (kSquares) lag_sq += v * v;
-    }
+    void remove(double x) { lag_missing += accumulate<kSquares>(x, lag, lag_sq); }
 
     double value(long double window, double latest) const {
         if (lead_missing != lag_missing) return kNaN;

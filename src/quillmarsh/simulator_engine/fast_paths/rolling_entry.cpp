@@ -2,23 +2,16 @@
 
 #include <limits>
 
-#include "fast_paths/longitudinal_names.hpp"
 #include "fast_paths/rolling.hpp"
+#include "fast_paths/rolling_names.hpp"
 #include "host/arrays.hpp"
 #include "host/errors.hpp"
 #include "host/format.hpp"
 #include "host/messages.hpp"
-#include "host/pyutil.hpp"
 
 namespace qm {
 
 namespace {
-
-RollingStatistic statistic_for(nb::handle name) {
-    if (str_eq(name, kRollingMeanName)) return RollingStatistic::Mean;
-    if (str_eq(name, kRollingStdName)) return RollingStatistic::Std;
-    return RollingStatistic::ZScore;
-}
 
 // The window as an integer; one too large for 64 bits is longer than any
 // matrix, so it is clamped (the result is all NaN either way).
@@ -36,7 +29,7 @@ long long window_length(nb::handle window) {
 
 nb::object rolling_longitudinal_fast(nb::handle data, nb::handle window, nb::handle name) {
     long long length = window_length(window);
-    RollingStatistic statistic = statistic_for(name);
+    RollingStatistic statistic = rolling_statistic_named(name).value_or(RollingStatistic::ZScore);
     nb::object matrix = as_float64_contiguous(data);
     std::vector<std::int64_t> dims = dims_of(matrix);
     if (dims.size() != 2) {

@@ -159,4 +159,27 @@ inline std::string rank_row_too_wide(const std::string& shape) {
     return "rank rows are limited to 4294967295 cells; got shape " + shape;
 }
 
+// One-row rolling step over a caller's running state.
+inline std::string rolling_statistic_name(const std::string& name) {
+    return "no rolling statistic is named " + name;
+}
+inline std::string rolling_step_count(const std::string& count) {
+    return "rolling step count must be at least 0, got " + count;
+}
+inline std::string rolling_step_array_type(const std::string& what, const std::string& type_name) {
+    return "rolling step argument '" + what + "' must be a numpy array; got " + type_name;
+}
+inline std::string rolling_step_dtype(const std::string& what, const std::string& expected, const std::string& dtype) {
+    return "rolling step argument '" + what + "' must have dtype " + expected + "; got " + dtype;
+}
+inline std::string rolling_step_layout(const std::string& what) {
+    return "rolling step argument '" + what + "' must be C-contiguous, aligned, writeable and in native byte order";
+}
+inline std::string rolling_step_ring_shape(const std::string& shape) {
+    return "rolling step argument 'ring' must be a (window, N) matrix with window >= 1; got shape " + shape;
+}
+inline std::string rolling_step_shape(const std::string& what, const std::string& shape, const std::string& expected) {
+    return "rolling step argument '" + what + "' has shape " + shape + ", expected " + expected;
+}
+
 }  // namespace qm::msg
