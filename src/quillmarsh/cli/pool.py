@@ -8,6 +8,7 @@ from __future__ import annotations
 
 import numpy as np
 
+from quillmarsh.functions.rotations.latitudinal.rank import batch_apply_3aa57128a46b
 from quillmarsh.simulator_engine._types import UsefulSignal
 
 from quillmarsh.cli.market_data import MarketData
@@ -38,13 +39,10 @@ def trailing_sum(values: np.ndarray, window: int) -> np.ndarray:
 
 
 def centred_rank(values: np.ndarray) -> np.ndarray:
-    """Percentile rank within each row minus the row's mean rank; NaN stays NaN."""
-    present = ~np.isnan(values)
-    positions = np.empty(values.shape)
-    steps = np.broadcast_to(np.arange(1.0, values.shape[1] + 1.0), values.shape)
-    np.put_along_axis(positions, np.argsort(values, axis=1), steps, axis=1)  # NaN sorts last
+    """The engine's percentile rank within each row minus the row's mean rank; NaN stays NaN."""
+    ranks = batch_apply_3aa57128a46b(values)
+    present = ~np.isnan(ranks)
     count = np.maximum(present.sum(axis=1, keepdims=True), 1)
-    ranks = np.where(present, positions / count, np.nan)
     centre = np.where(present, ranks, 0.0).sum(axis=1, keepdims=True) / count
     return ranks - centre
 
