@@ -1,11 +1,10 @@
 """Fake function instances, registries and contexts for the general evaluator's tests."""
+from types import SimpleNamespace
+
 import numpy as np
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import UsefulSignal
-
-# Operations pending on another branch: tests that need a registry (configuration
-# validation, warm-up accounting) or a filter tree conversion fail with this until then.
 
 
 class Fn:
@@ -45,13 +44,6 @@ class Accumulator:
         return {"count": self.count, "window": self.window}
 
 
-class FakeEntry:
-    def __init__(self, stateful=False):
-        self.stateful = stateful
-        self.param_schema = None
-        self.family = None
-
-
 class FakeRegistry:
     """Creates the given instance factories by function name and records what it was asked."""
 
@@ -64,7 +56,7 @@ class FakeRegistry:
         return name in self.factories
 
     def get_entry(self, name):
-        return FakeEntry(name in self.stateful)
+        return SimpleNamespace(stateful=name in self.stateful, param_schema=None, family=None)
 
     def create_instance(self, name, **config):
         self.created.append(("create_instance", name, None, config))
