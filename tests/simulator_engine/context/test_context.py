@@ -13,13 +13,10 @@ def _features(count=3, shape=(250, 40)):
 
 def test_defaults_with_only_features_and_index():
     ctx = ee.EvaluationContext(_features(1), {"close": 0})
-    assert ctx.useful_signals == {} and ctx.metaparameters == {}
-    assert ctx.transform_pipeline == [] and ctx.column_labels == []
+    assert (ctx.useful_signals, ctx.metaparameters, ctx.transform_pipeline, ctx.column_labels, ctx.liquidity_features,
+            ctx.current_day_index, ctx._skip_evaluation_shape_validation, ctx.extraction_buffer, ctx.registers,
+            ctx.factor_model) == ({}, {}, [], [], [], 0, False, None, None, None)
     assert isinstance(ctx.stage_data, StageData) and ctx.stage_data.is_empty()
-    assert ctx.current_day_index == 0
-    assert ctx._skip_evaluation_shape_validation is False
-    assert ctx.extraction_buffer is None and ctx.registers is None
-    assert ctx.liquidity_features == [] and ctx.factor_model is None
 
 
 def test_caller_objects_are_stored_by_reference():
@@ -28,11 +25,10 @@ def test_caller_objects_are_stored_by_reference():
     assert ctx.features is features and ctx.feature_index is index and ctx.useful_signals is signals
 
 
-def test_extraction_buffer_has_one_row_per_signal():
+def test_extraction_buffer_has_one_zero_row_per_signal():
     signals = {s: UsefulSignal(weights=np.ones((250, 40))) for s in "abc"}
-    ctx = ee.EvaluationContext(_features(1), {"close": 0}, useful_signals=signals)
-    assert ctx.extraction_buffer.shape == (3, 40)
-    assert ctx.extraction_buffer.dtype == np.float64 and not ctx.extraction_buffer.any()
+    buffer = ee.EvaluationContext(_features(1), {"close": 0}, useful_signals=signals).extraction_buffer
+    assert buffer.shape == (3, 40) and buffer.dtype == np.float64 and not buffer.any()
 
 
 def test_no_extraction_buffer_without_features():
@@ -63,31 +59,24 @@ def test_stage_data_type_is_checked_before_feature_index():
 def test_pickle_round_trip_gives_new_lock_and_same_fields():
     ctx = ee.EvaluationContext(_features(1, (4, 3)), {"close": 0}, pool_id="p1")
     ctx.registers = np.ones((1, 3))
-    state = ctx.__getstate__()
-    assert "_evaluation_lock" not in state
+    assert "_evaluation_lock" not in ctx.__getstate__()
     restored = pickle.loads(pickle.dumps(ctx))
     assert restored._evaluation_lock is not ctx._evaluation_lock
     assert restored.pool_id == "p1" and restored._skip_evaluation_shape_validation is False
     np.testing.assert_array_equal(restored.registers, ctx.registers)
-    restored._evaluation_lock.acquire()
-    restored._evaluation_lock.release()
+    with restored._evaluation_lock:
+        pass
 
 
 def test_setstate_without_lock_entry_creates_one():
     ctx = ee.EvaluationContext(_features(1, (2, 2)), {"close": 0})
     del ctx._evaluation_lock
-    state = ctx.__getstate__()
-    ctx.__setstate__(state)
+    ctx.__setstate__(ctx.__getstate__())
     assert ctx._evaluation_lock is not None
 
 
-@pytest.mark.parametrize(
-    "args, missing, text",
-    [
-        ((), ["universe", "universe_mask"], "universe, universe_mask"),
-        ((("universe",),), ["universe"], "universe"),
-    ],
-)
+@pytest.mark.parametrize("args, missing, text", [
+    ((), ["universe", "universe_mask"], "universe, universe_mask"), ((("universe",),), ["universe"], "universe")])
 def test_missing_universe_error(args, missing, text):
     err = ee.MissingSimulationUniverseError(*args, pool_id="p", feature_count=2)
     assert isinstance(err, EvaluationError)

@@ -41,16 +41,11 @@ def test_attached_leaf_evaluates_through_the_engine():
     np.testing.assert_array_equal(weights, np.full((4, 3), 2.0))
 
 
-@pytest.mark.parametrize(
-    "metaparameters, pool_id, expected",
-    [
-        ({"scale": 2.0, "pool_a": {"scale": 3.0}}, "pool_a", 2.0),
-        ({"scale": None}, None, None),
-        ({"pool_a": {"scale": 3.0}}, "pool_a", 3.0),
-        ({"pool_a": "scale"}, "pool_a", "dflt"),
-        ({"pool_a": {"scale": 3.0}}, None, "dflt"),
-    ],
-)
+@pytest.mark.parametrize("metaparameters, pool_id, expected", [
+    ({"scale": 2.0, "pool_a": {"scale": 3.0}}, "pool_a", 2.0), ({"scale": None}, None, None),
+    ({"pool_a": {"scale": 3.0}}, "pool_a", 3.0), ({"pool_a": "scale"}, "pool_a", "dflt"),
+    ({"pool_a": {"scale": 3.0}}, None, "dflt"),
+])
 def test_resolve_stage_option(metaparameters, pool_id, expected):
     ctx = _context(metaparameters=metaparameters, pool_id=pool_id)
     stage = TransformStage(name="scale", function_name="g", default="dflt")
