@@ -16,42 +16,21 @@ def _run(f, *children, ctx=None):
                        bound_function_instances={"root": f})
 
 
-@pytest.mark.parametrize("kind, value, row", [("float", 2.5, 2.5), ("int", 3, 3.0), ("int", "4", 4.0)])
-def test_numeric_literal_children_are_rows(kind, value, row):
-    f = Fn(lambda *args: 0.0)
-    _run(f, Node(kind, value))
-    args = f.calls[0][0]
-    assert len(args) == 2
-    np.testing.assert_array_equal(args[1], [row] * 3)
-
-
-@pytest.mark.parametrize("kind, value, register", [("bool", True, 1.0), ("bool", 0, 0.0), ("string", "net", 0.0)])
-def test_bool_and_string_children_fill_their_register_but_are_never_passed(kind, value, register):
+@pytest.mark.parametrize("kind, value, register, passed", [
+    ("float", 2.5, 2.5, True), ("int", 3, 3.0, True), ("int", "4", 4.0, True),
+    ("bool", True, 1.0, False), ("bool", 0, 0.0, False), ("string", "net", 0.0, False),
+])
+def test_literal_children_fill_their_register_and_only_numbers_are_passed(kind, value, register, passed):
     ctx = make_context()
     f = Fn(lambda *args: 0.0)
     _run(f, Node(kind, value), ctx=ctx)
-    assert all(len(args) == 1 for args, _ in f.calls)
     np.testing.assert_array_equal(ctx.registers[1], [register] * 3)
+    assert all(len(args) == 1 + passed for args, _ in f.calls)
 
 
 def test_bad_int_literal_fails_when_its_row_is_first_computed():
     with pytest.raises(ValueError, match="could not convert string to float"):
         _run(Fn(), Node("int", "seven"))
-
-
-@pytest.mark.parametrize("live, masked", [(0.0, True), (-0.0, True), (np.nan, True), (np.inf, False), (None, False)])
-def test_universe_masks_inactive_cells_of_feature_rows(live, masked):
-    data = np.arange(12.0).reshape(4, 3)
-    data[0, 0] = np.nan
-    universe = None
-    if live is not None:
-        universe = np.ones((4, 3))
-        universe[:, 1] = live
-    out = _run(Fn(lambda x: x), ctx=make_context([data], {"close": 0}, universe=universe))
-    expected = data.copy()
-    if masked:
-        expected[:, 1] = np.nan
-    np.testing.assert_array_equal(out.weights, expected)
 
 
 @pytest.mark.parametrize("arity, count", [(None, 2), (1, 1)])

@@ -64,19 +64,6 @@ def test_input_flags_are_tested_before_the_graph_is_read():
         ee._can_use_simple_rank_fast_path(malformed, context(), None)
 
 
-def test_simple_rank_asks_the_registry_last():
-    registry = FakeRegistry(factories=[RANK])
-    assert not ee._can_use_simple_rank_fast_path(rank(Node("int", 1)), context(registry=registry), None)
-    assert registry.calls == []
-
-
-def test_rank_multiply_asks_the_registry_before_counting_children():
-    registry = FakeRegistry()
-    graph = Node("rotation", COMBINE, [rank(feature())] * 3)
-    assert not ee._can_use_rank_multiply_fast_path(graph, context(registry=registry), None)
-    assert registry.calls == [("has_factory", COMBINE), ("has_factory", RANK)]
-
-
 @pytest.mark.parametrize("universe", [None, np.array([[1.0, 0.0, np.nan, -0.0, 2.0]] * 4)])
 def test_simple_rank_hands_the_unmasked_feature_and_universe_to_the_host_kernel(rank_module, universe):
     ctx = _engine_context(universe)

@@ -12,13 +12,9 @@ class Context:
 
 
 @pytest.mark.parametrize("metaparameters, pool_id, expected", [
-    (None, "pool_a", 1.0),
-    ({}, "pool_a", 1.0),
-    ({"gross": 2.0, "pool_a": {"gross": 3.0}}, "pool_a", 2.0),
-    ({"gross": None}, "pool_a", None),
-    ({"pool_a": {"gross": 3.0}}, "pool_a", 3.0),
-    ({"pool_a": {"gross": 3.0}}, None, 1.0),
-    ({"pool_a": {"other": 3.0}}, "pool_a", 1.0),
+    (None, "pool_a", 1.0), ({}, "pool_a", 1.0), ({"gross": 2.0, "pool_a": {"gross": 3.0}}, "pool_a", 2.0),
+    ({"gross": None}, "pool_a", None), ({"pool_a": {"gross": 3.0}}, "pool_a", 3.0),
+    ({"pool_a": {"gross": 3.0}}, None, 1.0), ({"pool_a": {"other": 3.0}}, "pool_a", 1.0),
     ({"pool_a": 3.0}, "pool_a", 1.0),
 ])
 def test_stage_option_precedence(metaparameters, pool_id, expected):
@@ -34,8 +30,7 @@ def test_option_becomes_a_literal_of_its_type(option, literal_type, literal_valu
     root = combine_signal_and_transforms(graph, [STAGE], {"gross": option}, None, None)
     assert (root.type, root.node, root.children[0]) == ("rotation", STAGE.function_name, graph)
     literal = root.children[1]
-    assert (literal.type, literal.node, type(literal.node)) == \
-        (literal_type, literal_value, type(literal_value))
+    assert (literal.type, literal.node, type(literal.node)) == (literal_type, literal_value, type(literal_value))
 
 
 def test_stages_wrap_the_graph_in_order():
