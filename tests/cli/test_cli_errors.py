@@ -38,13 +38,11 @@ def test_bad_data(quillmarsh, user_error, tmp_path, arrays, changes, message):
 
 
 def test_states_file_from_another_graph(quillmarsh, user_error, tmp_path, market_file):
-    saved = quillmarsh("evaluate", "mean(close, 5)", "--data", market_file, "--out", "a.npy",
-                       "--states-out", "s.pkl")
-    assert saved.returncode == 0, saved.stderr
+    quillmarsh("evaluate", "mean(close, 5)", "--data", market_file, "--out", "a.npy", "--states-out", "s.pkl",
+               check=True)
     completed = quillmarsh("evaluate", "mean(close, 10)", "--data", market_file, "--out", "b.npy",
                            "--states-in", "s.pkl", "--states-out", "t.pkl")
-    user_error(
-        completed, "states file s.pkl was saved for the graph mean(close, 5), not for mean(close, 10)")
+    user_error(completed, "states file s.pkl was saved for the graph mean(close, 5), not for mean(close, 10)")
     assert not (tmp_path / "b.npy").exists() and not (tmp_path / "t.pkl").exists()
 
 

@@ -73,13 +73,3 @@ def test_setstate_without_lock_entry_creates_one():
     del ctx._evaluation_lock
     ctx.__setstate__(ctx.__getstate__())
     assert ctx._evaluation_lock is not None
-
-
-@pytest.mark.parametrize("args, missing, text", [
-    ((), ["universe", "universe_mask"], "universe, universe_mask"), ((("universe",),), ["universe"], "universe")])
-def test_missing_universe_error(args, missing, text):
-    err = ee.MissingSimulationUniverseError(*args, pool_id="p", feature_count=2)
-    assert isinstance(err, EvaluationError)
-    assert str(err) == "missing_simulation_universe: missing required evaluation inputs " + text
-    assert err.missing_args == missing
-    assert (err.pool_id, err.universe_tag, err.feature_count) == ("p", None, 2)

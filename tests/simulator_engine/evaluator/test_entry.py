@@ -47,6 +47,8 @@ def test_missing_universe_names_inputs_and_context_fields():
     ctx = _context(universe=None, pool_id="pool_a", universe_tag="us")
     with pytest.raises(ee.MissingSimulationUniverseError) as err:
         ee.evaluate(LEAF, ctx)
+    assert isinstance(err.value, EvaluationError) and str(err.value) == (
+        "missing_simulation_universe: missing required evaluation inputs universe, universe_mask")
     assert err.value.missing_args == ["universe", "universe_mask"]
     assert (err.value.pool_id, err.value.universe_tag, err.value.feature_count) == ("pool_a", "us", 1)
 
@@ -78,15 +80,6 @@ def test_already_combined_pipeline_is_kept():
     ctx = _context(transform_pipeline=stages, transforms_already_combined=True)
     ee.evaluate(LEAF, ctx)
     assert ctx.transform_pipeline is stages
-
-
-def test_lock_is_created_when_removed_and_kept():
-    ctx = _context()
-    del ctx._evaluation_lock
-    ee.evaluate(LEAF, ctx)
-    lock = ctx._evaluation_lock
-    ee.evaluate(LEAF, ctx)
-    assert ctx._evaluation_lock is lock
 
 
 def test_context_without_lock_is_evaluated_unlocked():

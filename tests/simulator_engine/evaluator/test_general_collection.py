@@ -85,12 +85,3 @@ def test_configuration_literals_without_schema_use_kind_defaults(name, children,
     consumed = {f"root.c{i + 1}" for i, (kind, _) in enumerate(children) if kind != "float"}
     assert record["config_child_paths"] == consumed
     assert graph.config == explicit
-
-
-@pytest.mark.parametrize("kinds, expected", [
-    ([], None), (["filtration", "filtration"], "root.c0"), (["feature", "filtration"], "root.c1")])
-def test_reduction_reads_its_first_filtration_child(kinds, expected):
-    graph = Node("reduction", "r", [Node(kind, "close" if kind == "feature" else "filtration") for kind in kinds])
-    no_rows = make_context([np.zeros((0, 3))], {"close": 0})
-    ee.evaluate(graph, no_rows, bound_function_instances={"root": Fn()})
-    assert graph._collect_nodes_cache["reduction_nodes"]["root"]["filtration_path"] == expected

@@ -39,10 +39,6 @@ def test_detector_graph_shapes(graph, expected):
     assert ee._can_use_longitudinal_fast_path(graph, context(registry=STUBS), None, MIN_ROWS) is expected
 
 
-def test_refusals_before_the_graph_are_free_of_graph_reads():
-    assert not ee._can_use_longitudinal_fast_path("not a node", context(), {}, MIN_ROWS)
-
-
 @pytest.mark.parametrize("registry, expected", [
     (None, False), (stub_registry(), False), (stub_registry(MEAN), True),
     (stub_registry(MEAN, module_path="", class_name=None, factory=None, implementation=None), True),

@@ -3,7 +3,7 @@ import pytest
 
 from quillmarsh._reference.rank import rank_rows_reference
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import EvaluationError, EvaluationShapeError, SchemaError
+from quillmarsh.simulator_engine._types import EvaluationError, EvaluationShapeError
 from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
 
 from .fakes import COMBINE, RANK, FakeRegistry, context, feature, rank, stub_registry
@@ -54,14 +54,6 @@ def test_simple_rank_detector(graph, ctx, states, nan_features, expected):
 def test_rank_multiply_detector(graph, ctx, bound, expected):
     got = ee._can_use_rank_multiply_fast_path(graph, ctx, None, bound_function_instances=bound)
     assert got is expected
-
-
-def test_input_flags_are_tested_before_the_graph_is_read():
-    malformed = "not a node"
-    assert not ee._can_use_simple_rank_fast_path(malformed, context(), {"root": 1})
-    assert not ee._can_use_rank_multiply_fast_path(malformed, context(), None, bound_function_instances={"a": 1})
-    with pytest.raises(SchemaError):
-        ee._can_use_simple_rank_fast_path(malformed, context(), None)
 
 
 @pytest.mark.parametrize("universe", [None, np.array([[1.0, 0.0, np.nan, -0.0, 2.0]] * 4)])

@@ -24,11 +24,6 @@ def test_identity_map_is_memoised_until_invalidated():
     assert second == first and second is not first
 
 
-@pytest.mark.parametrize("value", [{"type": "feature"}, 3, None])
-def test_invalidation_ignores_non_nodes(value):
-    assert ee.invalidate_graph_evaluation_caches(value) is None
-
-
 def test_malformed_graphs_raise():
     mapping_child = Node("rotation", "f", [Node("feature", "a"), {"type": "feature", "node": "b"}])
     with pytest.raises(SchemaError, match=r"^Graph node 'field-check' must be FunctionGraphNode; got dict$"):
