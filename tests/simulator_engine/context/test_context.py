@@ -19,12 +19,6 @@ def test_defaults_with_only_features_and_index():
     assert isinstance(ctx.stage_data, StageData) and ctx.stage_data.is_empty()
 
 
-def test_caller_objects_are_stored_by_reference():
-    features, index, signals = _features(1), {"close": 0}, {}
-    ctx = ee.EvaluationContext(features, index, useful_signals=signals)
-    assert ctx.features is features and ctx.feature_index is index and ctx.useful_signals is signals
-
-
 def test_extraction_buffer_has_one_zero_row_per_signal():
     signals = {s: UsefulSignal(weights=np.ones((250, 40))) for s in "abc"}
     buffer = ee.EvaluationContext(_features(1), {"close": 0}, useful_signals=signals).extraction_buffer

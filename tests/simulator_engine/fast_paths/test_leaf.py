@@ -37,17 +37,11 @@ def test_universe_mask_derivation():
     np.testing.assert_array_equal(ctx.universe_mask, [[1, 0, 0, 0]])
 
 
-@pytest.mark.parametrize(
-    "graph_type, name, states, nan_features, expected",
-    [
-        ("feature", "close", None, None, True),
-        ("aggregation", "close", {}, [], True),
-        ("feature", "close", {"root": 1}, None, False),
-        ("feature", "close", None, ["close"], False),
-        ("feature", "open", None, None, False),
-        ("rotation", "close", None, None, False),
-    ],
-)
+@pytest.mark.parametrize("graph_type, name, states, nan_features, expected", [
+    ("feature", "close", None, None, True), ("aggregation", "close", {}, [], True),
+    ("feature", "close", {"root": 1}, None, False), ("feature", "close", None, ["close"], False),
+    ("feature", "open", None, None, False), ("rotation", "close", None, None, False),
+])
 def test_leaf_detector(graph_type, name, states, nan_features, expected):
     ctx = _context(np.ones((2, 2)))
     got = ee._can_use_leaf_fast_path(Node(graph_type, name), ctx, states, data_nan_features=nan_features)

@@ -16,23 +16,16 @@ def _roll_column(values, window, name):
     return ee._rolling_longitudinal_fast(np.array(values, dtype=float)[:, None], window, name)[:, 0]
 
 
-@pytest.mark.parametrize(
-    "values, window, name, expected",
-    [
-        ([1, 2, nan, 4, 5, 6], 2, ROLLING_MEAN, [nan, 1.5, nan, nan, 4.5, 5.5]),
-        ([2, 4, 4, 4, 5, 5, 7, 9], 8, ROLLING_MEAN, [nan] * 7 + [5.0]),
-        ([2, 4, 4, 4, 5, 5, 7, 9], 8, ROLLING_STD, [nan] * 7 + [2.0]),
-        ([2, 4, 4, 4, 5, 5, 7, 9], 8, ROLLING_ZSCORE, [nan] * 7 + [2.0]),
-        ([3, 3, 3, 3], 3, ROLLING_STD, [nan, nan, 0.0, 0.0]),
-        ([3, 3, 3, 3], 3, ROLLING_ZSCORE, [nan, nan, 0.0, 0.0]),
-        ([1.5, nan, -2.0], 1, ROLLING_MEAN, [1.5, nan, -2.0]),
-        ([1.5, nan, -2.0], 1, ROLLING_ZSCORE, [0.0, nan, 0.0]),
-        # Once an infinity is in the prefix sums, later windows are inf - inf.
-        ([1, inf, 2, 3, 4], 2, ROLLING_MEAN, [nan, inf, inf, nan, nan]),
-        ([1, 2, 3], 4, ROLLING_MEAN, [nan, nan, nan]),
-        ([1, 2, 3], 3, ROLLING_MEAN, [nan, nan, 2.0]),
-    ],
-)
+@pytest.mark.parametrize("values, window, name, expected", [
+    ([1, 2, nan, 4, 5, 6], 2, ROLLING_MEAN, [nan, 1.5, nan, nan, 4.5, 5.5]),
+    ([2, 4, 4, 4, 5, 5, 7, 9], 8, ROLLING_STD, [nan] * 7 + [2.0]),
+    ([2, 4, 4, 4, 5, 5, 7, 9], 8, ROLLING_ZSCORE, [nan] * 7 + [2.0]),
+    ([3, 3, 3, 3], 3, ROLLING_STD, [nan, nan, 0.0, 0.0]), ([3, 3, 3, 3], 3, ROLLING_ZSCORE, [nan, nan, 0.0, 0.0]),
+    ([1.5, nan, -2.0], 1, ROLLING_ZSCORE, [0.0, nan, 0.0]),
+    # Once an infinity is in the prefix sums, later windows are inf - inf.
+    ([1, inf, 2, 3, 4], 2, ROLLING_MEAN, [nan, inf, inf, nan, nan]),
+    ([1, 2, 3], 4, ROLLING_MEAN, [nan, nan, nan]), ([1, 2, 3], 3, ROLLING_MEAN, [nan, nan, 2.0]),
+])
 def test_hand_checked_columns(values, window, name, expected):
     np.testing.assert_array_equal(_roll_column(values, window, name), expected)
 
