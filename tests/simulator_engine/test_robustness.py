@@ -6,8 +6,7 @@ import pytest
 
 from quillmarsh.functions.registry import default_registry
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
-from quillmarsh.simulator_engine._types import UsefulSignal
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, UsefulSignal
 
 GARBAGE = [None, 0, -1, 2**70, 1.5, "root", b"x", [], [[1.0]], {}, {"a": 1}, np.zeros(3), np.zeros((2, 0)),
            np.zeros((2, 2), dtype=object), Node("feature", "x"), object()]

@@ -4,19 +4,11 @@ import numpy as np
 import pytest
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import EvaluationError, SchemaError, StageData, UsefulSignal
+from quillmarsh.simulator_engine._types import EvaluationError, SchemaError, UsefulSignal
 
 
 def _features(count=3, shape=(250, 40)):
     return [np.zeros(shape) for _ in range(count)]
-
-
-def test_defaults_with_only_features_and_index():
-    ctx = ee.EvaluationContext(_features(1), {"close": 0})
-    assert (ctx.useful_signals, ctx.metaparameters, ctx.transform_pipeline, ctx.column_labels, ctx.liquidity_features,
-            ctx.current_day_index, ctx._skip_evaluation_shape_validation, ctx.extraction_buffer, ctx.registers,
-            ctx.factor_model) == ({}, {}, [], [], [], 0, False, None, None, None)
-    assert isinstance(ctx.stage_data, StageData) and ctx.stage_data.is_empty()
 
 
 def test_extraction_buffer_has_one_zero_row_per_signal():

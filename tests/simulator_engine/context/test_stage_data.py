@@ -2,8 +2,7 @@ import numpy as np
 import pytest
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
-from quillmarsh.simulator_engine._types import StageData, TransformStage
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, StageData, TransformStage
 
 
 def _context(stage_values=None, **kwargs):

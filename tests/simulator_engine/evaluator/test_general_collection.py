@@ -4,8 +4,7 @@ import pytest
 from .general_fakes import Fn, make_context
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import EvaluationError, FunctionExecutionError
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import EvaluationError, FunctionExecutionError, FunctionGraphNode as Node
 
 
 def _nested_graph():

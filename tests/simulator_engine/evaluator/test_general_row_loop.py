@@ -4,8 +4,7 @@ import pytest
 from .general_fakes import Fn, FakeRegistry, make_context
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import EvaluationShapeError, FunctionExecutionError
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import EvaluationShapeError, FunctionExecutionError, FunctionGraphNode as Node
 
 CLOSE = Node("feature", "close")
 

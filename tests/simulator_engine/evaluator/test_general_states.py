@@ -4,8 +4,7 @@ from .general_fakes import Accumulator, FakeRegistry, Fn, make_context
 from structlog.testing import capture_logs
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import FunctionState
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, FunctionState
 
 
 def _graph():

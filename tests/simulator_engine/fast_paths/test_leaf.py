@@ -2,8 +2,7 @@ import numpy as np
 import pytest
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import EvaluationError
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import EvaluationError, FunctionGraphNode as Node
 
 UNIVERSE_ROW = [0.0, -0.0, np.nan, 1.0, 0.5, np.inf, -2.0]
 EXPECTED_LIVE = [False, False, False, True, True, True, True]

@@ -3,8 +3,7 @@ import pytest
 
 from quillmarsh._reference.rank import rank_rows_reference
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import EvaluationError, EvaluationShapeError
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import EvaluationError, EvaluationShapeError, FunctionGraphNode as Node
 
 from .fakes import COMBINE, RANK, FakeRegistry, context, feature, rank, stub_registry
 

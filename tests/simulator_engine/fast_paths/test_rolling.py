@@ -30,14 +30,6 @@ def test_hand_checked_columns(values, window, name, expected):
     np.testing.assert_array_equal(_roll_column(values, window, name), expected)
 
 
-@pytest.mark.parametrize("name", NAMES)
-def test_all_nan_column_leaves_its_neighbour_alone(name):
-    data = np.column_stack([np.full(6, nan), np.arange(6.0)])
-    out = ee._rolling_longitudinal_fast(data, 2, name)
-    assert np.isnan(out[:, 0]).all()
-    assert not np.isnan(out[1:, 1]).any()
-
-
 def test_input_is_never_modified_and_output_is_a_new_c_matrix():
     data = np.asfortranarray(np.arange(24.0).reshape(6, 4))
     data[2, 1] = nan

@@ -4,8 +4,7 @@ import pytest
 
 from quillmarsh.functions.filtrations import EmptyFiltrationError
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import EvaluationError, FiltrationResolutionError
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import EvaluationError, FiltrationResolutionError, FunctionGraphNode as Node
 
 from ..evaluator.general_fakes import Accumulator
 

@@ -3,8 +3,7 @@ import numpy as np
 import pytest
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
-from quillmarsh.simulator_engine._types import UsefulSignal
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, UsefulSignal
 
 from ..evaluator.general_fakes import Fn
 
