@@ -14,8 +14,7 @@ from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
     (Node("feature", "open"), "Feature 'open' has shape (10, 3), expected (10, 4)"),
 ])
 def test_mismatched_feature_names_the_function_reading_it_or_else_the_feature(graph, message):
-    ctx = make_context([np.zeros((10, 4)), np.zeros((10, 3))], {"close": 0, "open": 1}, universe=None,
-                       validate_inputs=False)
+    ctx = make_context([np.zeros((10, 4)), np.zeros((10, 3))], {"close": 0, "open": 1}, validate_inputs=False)
     with pytest.raises(EvaluationShapeError) as err:
         ee.evaluate(graph, ctx, bound_function_instances={"root": Fn()}, data_nan_features=["volume"])
     assert str(err.value) == message

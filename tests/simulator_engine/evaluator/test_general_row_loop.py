@@ -55,13 +55,6 @@ def test_registry_instances_get_copies_context_and_no_int_or_config_children():
     assert ctx.registry.created == [("create_instance", "f", None, {"window": 2})]
 
 
-def test_current_day_index_is_set_before_each_row():
-    ctx = make_context()
-    days = []
-    _run(Fn(lambda x: days.append(ctx.current_day_index) or x), ctx=ctx)
-    assert days == [0, 1, 2, 3] and ctx.current_day_index == 3
-
-
 def test_instance_error_is_wrapped_with_the_row_and_cause():
     ctx = make_context()
     seen = []

@@ -17,9 +17,7 @@ SINGLE = rolling(STD, feature(), window=20)
 @pytest.mark.parametrize("rows, states, nan_features, fields, expected", [
     (MIN_ROWS, None, None, {}, True), (MIN_ROWS - 1, None, None, {}, False), (MIN_ROWS, {}, None, {}, False),
     (MIN_ROWS, None, ["close"], {}, False), (MIN_ROWS, None, [], {}, True),
-    (MIN_ROWS, None, None, {"useful_signals": {"s": 1}}, False),
-    (MIN_ROWS, None, None, {"transform_pipeline": ["t"]}, False),
-    (MIN_ROWS, None, None, {"metaparameters": {"m": 1}}, False), (MIN_ROWS, None, None, {"registry": None}, False),
+    (MIN_ROWS, None, None, {"metaparameters": {"m": 1}}, False),
 ])
 def test_detector_inputs(rows, states, nan_features, fields, expected):
     ctx = context(**{"registry": STUBS, **fields})

@@ -26,8 +26,6 @@ def _engine_context(universe=None, rows=4):
     (rank(Node("aggregation", "close")), context(), None, None, True),
     (SIMPLE, context(), None, ["close"], False), (SIMPLE, context(), {"root": 1}, None, False),
     (SIMPLE, context(useful_signals={"s": 1}), None, None, False),
-    (SIMPLE, context(transform_pipeline=["t"]), None, None, False),
-    (SIMPLE, context(metaparameters={"m": 1}), None, None, False),
     (Node("reduction", RANK, [feature()]), context(), None, None, False),
     (Node("rotation", COMBINE, [feature()]), context(), None, None, False),
     (Node("rotation", RANK, [feature(), Node("int", 3)]), context(), None, None, False),

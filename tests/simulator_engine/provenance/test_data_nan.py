@@ -60,23 +60,15 @@ def test_marks_spread_up_a_chain_and_stay():
     assert np.isnan(out.weights).all() and len(g.calls) == T
 
 
-def test_precomputed_tag_seeds_tracking_and_spreads():
+@pytest.mark.parametrize("tag, marked", [("data_nan", True), ("stale", False), (None, False)])
+def test_only_a_data_nan_tag_on_a_precomputed_node_seeds_tracking(tag, marked):
     inner = Node("rotation", "f", [Node("feature", "close")], canonical_id="cid-f")
     ctx = _context(close=FINITE)
     ctx._precomputed_node_outputs = {"cid-f": np.full(N, np.nan)}
-    ctx._precomputed_node_nan_source = {"cid-f": "data_nan"}
+    ctx._precomputed_node_nan_source = {"cid-f": tag}
     out = _evaluate(Node("rotation", "g", [inner]), ctx, {"root": const(), "root.c0": const()})
-    assert out.nan_source == {"root.c0": "data_nan", "root": "data_nan"}
-    assert np.isnan(out.weights).all()
-
-
-@pytest.mark.parametrize("tag", ["stale", None])
-def test_other_precomputed_tags_do_not_mark(tag):
-    inner = Node("feature", "close", canonical_id="cid-c")
-    ctx = _context(close=ALL_NAN)
-    ctx._precomputed_node_nan_source = {"cid-c": tag}
-    out = _evaluate(Node("rotation", "g", [inner]), ctx, {"root": const()})
-    assert out.nan_source == {}
+    assert out.nan_source == ({"root.c0": "data_nan", "root": "data_nan"} if marked else {})
+    np.testing.assert_array_equal(out.weights, np.full((T, N), np.nan if marked else 5.0))
 
 
 def test_reduction_without_data_children_is_never_marked_but_counts_as_nan_child():
