@@ -5,15 +5,12 @@ import numpy as np
 import pytest
 
 
-
 @pytest.mark.parametrize("expression, message", [
-    ("foo(close)", "unknown function 'foo' at column 1"),
+    ("foo(close)", "unknown function 'foo' at column 1"), ("rank(close", "syntax error at column 5"),
     ("rank(clse)", "unknown feature 'clse'; the data has close, returns, volume"),
-    ("rank(close", "syntax error at column 5"),
     ("rank(close) + rank(volume)", "unsupported operator '+' at column 13"),
     ("close.shift(1)", "unsupported expression 'close.shift' at column 1"),
-    ("mean(close, None)", "unsupported expression 'None' at column 13"),
-    ("  ", "empty expression"),
+    ("mean(close, None)", "unsupported expression 'None' at column 13"), ("  ", "empty expression"),
     ("mean(close, 'x')", "evaluation failed: window must be an integer, got 'x'"),
 ])
 def test_bad_expression(quillmarsh, user_error, tmp_path, market_file, expression, message):

@@ -2,13 +2,8 @@
 import numpy as np
 import pytest
 
-
-EXPRESSIONS = [
-    "rank(close) * rank(volume)",
-    "zscore(mean(returns, 5), 10)",
-    "scale(demean(rank(volume)), 2.0)",
-    "mul(std(close, 3), latitudinal_rank_688068(volume))",
-]
+EXPRESSIONS = ["rank(close) * rank(volume)", "zscore(mean(returns, 5), 10)", "scale(demean(rank(volume)), 2.0)",
+               "mul(std(close, 3), latitudinal_rank_688068(volume))"]
 
 
 def test_bare_feature_is_the_masked_matrix(quillmarsh, tmp_path, market_file, masked_close):
@@ -68,9 +63,7 @@ def test_show_prints_identities_and_path(quillmarsh, market_file):
 
 
 @pytest.mark.parametrize("expression, rows, path", [
-    ("close", 100, "leaf"),
-    ("rank(close)", 100, "rank"),
-    ("zscore(mean(close, 5), 20)", 100, "general"),
+    ("close", 100, "leaf"), ("rank(close)", 100, "rank"), ("zscore(mean(close, 5), 20)", 100, "general"),
     ("zscore(mean(close, 5), 20)", 100_000, "longitudinal"),
 ])
 def test_show_path_on_placeholder_data(quillmarsh, expression, rows, path):

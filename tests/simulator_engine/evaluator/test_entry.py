@@ -1,5 +1,4 @@
 import threading
-from types import SimpleNamespace
 
 import numpy as np
 import pytest
@@ -80,12 +79,6 @@ def test_already_combined_pipeline_is_kept():
     ctx = _context(transform_pipeline=stages, transforms_already_combined=True)
     ee.evaluate(LEAF, ctx)
     assert ctx.transform_pipeline is stages
-
-
-def test_context_without_lock_is_evaluated_unlocked():
-    bare = SimpleNamespace(**_context().__getstate__())
-    ee.evaluate(LEAF, bare)
-    assert not hasattr(bare, "_evaluation_lock")
 
 
 def test_same_context_is_serialised_across_threads():

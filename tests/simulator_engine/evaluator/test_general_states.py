@@ -62,11 +62,3 @@ def test_failed_warmup_count_is_logged_before_the_loop():
         ee.evaluate(graph, ctx)
     assert acc.calls == []
     assert [(log["node_id"], log["function_name"]) for log in logs] == [("root", "acc")]
-
-
-def test_states_without_a_registry_fail_after_logging():
-    acc = Accumulator()
-    with capture_logs() as logs, pytest.raises(AttributeError, match="get_function_version"):
-        ee.evaluate(_graph(), make_context(), bound_function_instances={"root": Fn(), "root.c0": acc})
-    assert [(log["event"], log["node_id"]) for log in logs] == [("expression_evaluator.get_state_failed", "root.c0")]
-    assert acc.count == 4

@@ -24,11 +24,6 @@ def test_masking_rule_per_cell(shape):
     assert out.dtype == np.float64
 
 
-def test_no_universe_returns_the_data_itself():
-    data = np.array([1.0, np.nan])
-    assert ee._apply_universe_mask(data, None) is data
-
-
 def test_universe_mask_derivation():
     ctx = _context(np.ones((1, 4)), universe=np.array([[1.0, 0.0, np.nan, np.inf]]))
     ee.evaluate(Node("feature", "close"), ctx)
