@@ -52,10 +52,3 @@ def test_pickle_round_trip_gives_new_lock_and_same_fields():
     np.testing.assert_array_equal(restored.registers, ctx.registers)
     with restored._evaluation_lock:
         pass
-
-
-def test_setstate_without_lock_entry_creates_one():
-    ctx = ee.EvaluationContext(_features(1, (2, 2)), {"close": 0})
-    del ctx._evaluation_lock
-    ctx.__setstate__(ctx.__getstate__())
-    assert ctx._evaluation_lock is not None

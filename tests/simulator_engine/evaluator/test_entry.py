@@ -52,11 +52,6 @@ def test_missing_universe_names_inputs_and_context_fields():
     assert (err.value.pool_id, err.value.universe_tag, err.value.feature_count) == ("pool_a", "us", 1)
 
 
-def test_universe_mask_without_universe_is_accepted():
-    ctx = _context(universe=None, universe_mask=np.ones((2, 4), dtype=np.uint8))
-    np.testing.assert_array_equal(ee.evaluate(LEAF, ctx)[0], np.arange(8.0).reshape(2, 4))
-
-
 def test_preflight_rejects_engine_only_config_even_on_a_fast_path_graph():
     graph = Node("rotation", "latitudinal_rank_688068", [LEAF], config={"N_alloc": 3, "A": 1})
     with pytest.raises(FunctionExecutionError, match="^Function 'latitudinal_rank_688068' at node 'root' config "

@@ -1,3 +1,6 @@
+import sys
+import types
+
 import numpy as np
 import pytest
 
@@ -6,6 +9,27 @@ from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import EvaluationError, EvaluationShapeError, FunctionGraphNode as Node
 
 from .fakes import COMBINE, RANK, FakeRegistry, context, feature, rank, stub_registry
+
+RANK_MODULE = "quillmarsh.functions.rotations.latitudinal.rank"
+
+
+@pytest.fixture
+def rank_module(monkeypatch):
+    """A stand-in host rank module recording its calls; ranks with the reference unless `results` are queued."""
+    module = types.ModuleType(RANK_MODULE)
+    module.calls = []
+    module.results = None
+
+    def batch_apply_3aa57128a46b(data, *, universe=None):
+        module.calls.append((data, universe))
+        if module.results is not None:
+            return module.results.pop(0)
+        return rank_rows_reference(data, universe)
+
+    module.batch_apply_3aa57128a46b = batch_apply_3aa57128a46b
+    monkeypatch.setitem(sys.modules, RANK_MODULE, module)
+    return module
+
 
 SIMPLE = rank(feature())
 MULTIPLY = Node("rotation", COMBINE, [rank(feature("close")), rank(feature("open"))])

@@ -50,21 +50,14 @@ def test_bad_arguments_raise_value_error(window, data):
         ee._rolling_longitudinal_fast(data, window, ROLLING_MEAN)
 
 
-_cells = st.one_of(
-    st.just(3.0),  # constant runs
-    st.just(nan),
-    st.sampled_from([inf, -inf, 0.0, -0.0]),
-    st.floats(-1e3, 1e3),
-    st.floats(allow_nan=False, allow_infinity=False),
-)
+# Constant runs, holes, infinities and signed zeros among moderate and extreme finite values.
+_cells = st.one_of(st.just(3.0), st.just(nan), st.sampled_from([inf, -inf, 0.0, -0.0]), st.floats(-1e3, 1e3),
+                   st.floats(allow_nan=False, allow_infinity=False))
 
 
 @settings(deadline=None)
-@given(
-    data=hnp.arrays(np.float64, st.tuples(st.integers(0, 45), st.integers(1, 4)), elements=_cells),
-    window=st.sampled_from([1, 2, 3, 8, 20]),
-    name=st.sampled_from(NAMES),
-)
+@given(data=hnp.arrays(np.float64, st.tuples(st.integers(0, 45), st.integers(1, 4)), elements=_cells),
+       window=st.sampled_from([1, 2, 3, 8, 20]), name=st.sampled_from(NAMES))
 def test_matches_the_long_double_reference_bit_for_bit(data, window, name):
     np.testing.assert_array_equal(ee._rolling_longitudinal_fast(data, window, name),
                                   rolling_reference(data, window, name))
@@ -75,5 +68,4 @@ def test_matches_the_reference_across_tiles():
     data = rng.normal(size=(300, 150)) * 1e4
     data[rng.random(data.shape) < 0.01] = nan
     for name in NAMES:
-        np.testing.assert_array_equal(ee._rolling_longitudinal_fast(data, 20, name),
-                                      rolling_reference(data, 20, name))
+        np.testing.assert_array_equal(ee._rolling_longitudinal_fast(data, 20, name), rolling_reference(data, 20, name))
