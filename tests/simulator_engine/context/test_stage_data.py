@@ -15,13 +15,6 @@ def _graph(*names):
     return Node("rotation", "f", [Node("feature", name) for name in names])
 
 
-def test_empty_stage_data_changes_nothing():
-    ctx = _context()
-    features, index = ctx.features, ctx.feature_index
-    ee._attach_stage_data_feature_leaves(_graph("depth"), ctx)
-    assert ctx.features is features and ctx.feature_index is index
-
-
 def test_two_dimensional_values_are_attached_in_name_order():
     depth = np.arange(12, dtype=np.int64).reshape(4, 3)
     ctx = _context({"depth": depth, "beta": np.ones((4, 3)), "alpha": np.ones((4, 3)), "flat": np.ones(3),

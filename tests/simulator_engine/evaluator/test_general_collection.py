@@ -77,7 +77,7 @@ def test_missing_feature_fails_before_later_siblings_are_collected():
 ])
 def test_configuration_literals_without_schema_use_kind_defaults(name, children, explicit, expected):
     kids = [Node("feature", "close")] + [Node(kind, value) for kind, value in children]
-    graph = Node("rotation", name, kids, config=explicit)
+    graph = Node("rotation", name, kids, config=dict(explicit))
     ee.evaluate(graph, make_context(), bound_function_instances={"root": Fn()})
     record = graph._collect_nodes_cache["node_info"]["root"]
     assert record["config"] == expected

@@ -112,12 +112,6 @@ def test_rank_multiply_is_the_product_of_the_ranks(rank_module, second, position
     assert result.states == {}
 
 
-def test_rank_multiply_without_rows_stores_a_zero_register(rank_module):
-    ctx = _engine_context(rows=0)
-    assert ee._evaluate_rank_multiply_fast(MULTIPLY, ctx).shape == (0, 5)
-    np.testing.assert_array_equal(ctx.registers, np.zeros((1, 5)))
-
-
 @pytest.mark.parametrize("results, calls", [([None], 1), ([np.ones((4, 5)), None], 2)])
 def test_rank_multiply_gives_nothing_when_an_operand_gives_nothing(rank_module, results, calls):
     rank_module.results = results

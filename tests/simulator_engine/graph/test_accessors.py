@@ -36,15 +36,6 @@ def test_children_are_returned_as_stored_or_else_as_a_new_empty_list():
         assert first == [] and first is not second
 
 
-def test_config_is_a_shallow_copy():
-    config = {"window": 5}
-    node = Node("rotation", "f", config=config)
-    copy_ = ee._graph_config_dict(node)
-    copy_["window"] = 6
-    assert config == {"window": 5}
-    assert ee._graph_config_dict(Node("rotation", "f")) == {}
-
-
 def test_cache_write_refused_by_node_type_is_dropped():
     class Frozen(Node):
         def __setattr__(self, key, value):

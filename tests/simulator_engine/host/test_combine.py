@@ -1,3 +1,5 @@
+from types import SimpleNamespace
+
 import numpy as np
 import pytest
 
@@ -5,10 +7,6 @@ from quillmarsh.simulator_engine._combine import combine_signal_and_transforms, 
 from quillmarsh.simulator_engine._types import FunctionGraphNode, TransformStage
 
 STAGE = TransformStage(name="gross", function_name="cross_sectional_scale_c81f06", default=1.0)
-
-
-class Context:
-    pool_id = "pool_a"
 
 
 @pytest.mark.parametrize("metaparameters, pool_id, expected", [
@@ -37,7 +35,7 @@ def test_stages_wrap_the_graph_in_order():
     graph = FunctionGraphNode("feature", "close")
     pipeline = [TransformStage("centre", "cross_sectional_demean_5e2a7c"), STAGE]
     metaparameters = {"pool_a": {"gross": 4.0}}
-    root = combine_signal_and_transforms(graph, pipeline, metaparameters, None, Context())
+    root = combine_signal_and_transforms(graph, pipeline, metaparameters, None, SimpleNamespace(pool_id="pool_a"))
     inner = root.children[0]
     assert [c.node for c in root.children] == [inner.node, 4.0]
     assert inner.node == "cross_sectional_demean_5e2a7c" and inner.children == [graph]

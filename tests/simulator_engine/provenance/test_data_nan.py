@@ -52,10 +52,9 @@ def test_all_nan_children_without_a_mark_leave_the_output_alone():
 
 
 def test_marks_spread_up_a_chain_and_stay():
-    close = FINITE.copy()
     graph = Node("rotation", "g", [Node("rotation", "f", [Node("feature", "close")])])
     g = const(7.0)
-    out = _evaluate(graph, _context(close=close), {"root": g, "root.c0": const()}, data_nan_features=["close"])
+    out = _evaluate(graph, _context(close=FINITE), {"root": g, "root.c0": const()}, data_nan_features=["close"])
     assert out.nan_source == {"root.c0.c0": "data_nan", "root.c0": "data_nan", "root": "data_nan"}
     assert np.isnan(out.weights).all() and len(g.calls) == T
 
