@@ -30,7 +30,7 @@ def test_function_states_must_match_the_state_keys(states):
         ee.evaluate(graph, make_context(), states, bound_function_instances={"root": Accumulator()})
 
 
-def _warmup_graph(window=5):
+def _warmup_graph(window):
     return Node("rotation", "acc", [Node("feature", "close"), Node("int", window)])
 
 

@@ -93,7 +93,7 @@ def test_reduction_without_signals_or_filtration_fails_clearly(instance):
 ])
 def test_cold_start_replays_the_tail_of_saved_states_before_row_zero(rows, payload, replayed):
     weights = np.repeat(np.arange(float(rows))[:, None], N, axis=1)
-    acc = Accumulator(window=10)
+    acc = Accumulator()
     states = None if payload is None else {"root": FunctionState("reduce", 1, payload)}
     _reduce(_context({"a": weights}, column_labels=["gross_returns"]), acc, states=states, cold=True)
     seen = [int(extraction[0][0, 0]) for extraction, _ in acc.calls]

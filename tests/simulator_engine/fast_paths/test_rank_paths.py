@@ -35,12 +35,12 @@ SIMPLE = rank(feature())
 MULTIPLY = Node("rotation", COMBINE, [rank(feature("close")), rank(feature("open"))])
 
 
-def _engine_context(universe=None, rows=4):
+def _engine_context(universe=None):
     rng = np.random.default_rng(3)
-    close, open_ = rng.normal(size=(rows, 5)), rng.normal(size=(rows, 5))
+    close, open_ = rng.normal(size=(4, 5)), rng.normal(size=(4, 5))
     close[:, 1] = np.nan
     # Without a universe, evaluate needs the derived mask.
-    mask = np.ones((rows, 5), dtype=np.uint8) if universe is None else None
+    mask = np.ones((4, 5), dtype=np.uint8) if universe is None else None
     return ee.EvaluationContext([close, open_], {"close": 0, "open": 1}, universe=universe, universe_mask=mask)
 
 
