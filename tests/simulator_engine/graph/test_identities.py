@@ -4,18 +4,10 @@ from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import EvaluationError, FunctionGraphNode as Node, SchemaError
 
 
-def _tree():
-    return Node("rotation", "combine", [Node("feature", "close"), Node("rotation", "f", [Node("int", 5)])])
-
-
-def test_identity_map_is_pre_order():
-    ids = ee.generate_node_identities(_tree())
-    assert list(ids.items()) == [("root", "combine"), ("root.c0", "close"), ("root.c1", "f"), ("root.c1.c0", 5)]
-
-
-def test_identity_map_is_memoised_until_invalidated():
-    tree = _tree()
+def test_identity_map_is_pre_order_and_memoised_until_invalidated():
+    tree = Node("rotation", "combine", [Node("feature", "close"), Node("rotation", "f", [Node("int", 5)])])
     first = ee.generate_node_identities(tree)
+    assert list(first.items()) == [("root", "combine"), ("root.c0", "close"), ("root.c1", "f"), ("root.c1.c0", 5)]
     assert ee.generate_node_identities(tree) is first
     ee.invalidate_graph_evaluation_caches(tree)
     assert tree._node_identities is None and tree.children[1]._collect_nodes_cache is None
