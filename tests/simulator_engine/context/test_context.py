@@ -1,25 +1,52 @@
+"""Context construction: shape validation, feature index and stage-data checks, pickling."""
 import pickle
 
 import numpy as np
 import pytest
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import EvaluationError, SchemaError, UsefulSignal
+from quillmarsh.simulator_engine._types import EvaluationError, FunctionGraphNode, SchemaError, UsefulSignal
 
 
-def _features(count=3, shape=(250, 40)):
+REF = (250, 40)
+_z = np.zeros
+
+
+def _features(count=3, shape=REF):
     return [np.zeros(shape) for _ in range(count)]
 
 
-def test_extraction_buffer_has_one_zero_row_per_signal():
-    signals = {s: UsefulSignal(weights=np.ones((250, 40))) for s in "abc"}
-    buffer = ee.EvaluationContext(_features(1), {"close": 0}, useful_signals=signals).extraction_buffer
-    assert buffer.shape == (3, 40) and buffer.dtype == np.float64 and not buffer.any()
+@pytest.mark.parametrize("features, universe, signals, message", [
+    ([_z(REF), _z(REF), _z((250, 41))], None, None,
+     "Feature dimension mismatch: 'feature_0' shape (250, 40) vs 'feature_2' shape (250, 41)"),
+    ([_z(REF)], _z((250, 39)), None,
+     "Feature dimension mismatch: features shape (250, 40) vs universe shape (250, 39)"),
+    ([_z(REF)], None, {"s1": UsefulSignal(weights=_z((250, 41)), pnl=_z((3,)))},
+     "useful signal 's1' weights shape (250, 41) does not match feature shape (250, 40)"),
+    ([_z(REF)], None, {"s1": UsefulSignal(pnl=_z((249,)))},
+     "useful signal 's1' pnl shape (249,) does not match feature shape (250, 40)"),
+    ([_z(REF)], _z(REF + (1,)), None,
+     "Feature dimension mismatch: features shape (250, 40) vs universe shape (250, 40, 1)"),
+])
+def test_first_shape_inconsistency_is_reported(features, universe, signals, message):
+    with pytest.raises(EvaluationError) as err:
+        ee._validate_evaluation_shapes(features, universe, signals)
+    assert str(err.value) == message
 
 
-def test_no_extraction_buffer_without_features():
-    signals = {"a": UsefulSignal(weights=np.ones((2, 2)))}
-    assert ee.EvaluationContext([], {}, useful_signals=signals).extraction_buffer is None
+@pytest.mark.parametrize("features, universe, signals", [
+    ([], _z((3, 3)), None), (None, None, None), ([_z(REF)], _z(REF), {}),
+    ([_z(REF)], None, {"s": UsefulSignal(weights=None, pnl=_z((250, 3)))}),
+])
+def test_consistent_shapes_pass(features, universe, signals):
+    assert ee._validate_evaluation_shapes(features, universe, signals) is None
+
+
+def test_evaluate_revalidates_a_context_changed_after_construction():
+    ctx = ee.EvaluationContext([_z((4, 3))], {"close": 0}, universe=np.ones((4, 3)))
+    ctx.universe = np.ones((4, 2))
+    with pytest.raises(EvaluationError, match="vs universe shape"):
+        ee.evaluate(FunctionGraphNode("feature", "close"), ctx)
 
 
 @pytest.mark.parametrize("position", [3, -1])
@@ -27,13 +54,6 @@ def test_feature_index_out_of_bounds(position):
     with pytest.raises(EvaluationError) as err:
         ee.EvaluationContext(_features(3), {"open": 0, "close": position})
     assert str(err.value) == f"feature_index['close'] = {position} is out of bounds for 3 features"
-
-
-def test_validate_inputs_false_skips_checks_but_allocates_buffer():
-    signals = {"a": UsefulSignal(weights=np.ones((5, 7)))}
-    ctx = ee.EvaluationContext(_features(1), {"close": 9}, useful_signals=signals, validate_inputs=False)
-    assert ctx._skip_evaluation_shape_validation is True
-    assert ctx.extraction_buffer.shape == (1, 40)
 
 
 def test_stage_data_type_is_checked_before_feature_index():

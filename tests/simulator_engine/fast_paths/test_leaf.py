@@ -24,13 +24,6 @@ def test_masking_rule_per_cell(shape):
     assert out.dtype == np.float64
 
 
-def test_universe_mask_derivation():
-    ctx = _context(np.ones((1, 4)), universe=np.array([[1.0, 0.0, np.nan, np.inf]]))
-    ee.evaluate(Node("feature", "close"), ctx)
-    assert ctx.universe_mask.dtype == np.uint8 and ctx.universe_mask.flags.c_contiguous
-    np.testing.assert_array_equal(ctx.universe_mask, [[1, 0, 0, 0]])
-
-
 @pytest.mark.parametrize("graph_type, name, states, nan_features, expected", [
     ("feature", "close", None, None, True), ("aggregation", "close", {}, [], True),
     ("feature", "close", {"root": 1}, None, False), ("feature", "close", None, ["close"], False),

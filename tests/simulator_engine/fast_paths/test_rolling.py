@@ -39,11 +39,6 @@ def test_input_is_never_modified_and_output_is_a_new_c_matrix():
     assert out.dtype == np.float64 and out.flags.c_contiguous and out.shape == data.shape
 
 
-def test_integer_input_is_converted():
-    out = ee._rolling_longitudinal_fast(np.arange(6).reshape(3, 2), 2, ROLLING_MEAN)
-    np.testing.assert_array_equal(out, [[nan, nan], [1.0, 2.0], [3.0, 4.0]])
-
-
 @pytest.mark.parametrize("window, data", [(0, np.ones((3, 2))), (-1, np.ones((3, 2))), (2, np.ones(3))])
 def test_bad_arguments_raise_value_error(window, data):
     with pytest.raises(ValueError):

@@ -28,14 +28,6 @@ def test_missing_required_field_names_path_and_key(field):
     assert str(err.value) == f"Graph node 'root.c1' missing required key: {field}"
 
 
-def test_children_are_returned_as_stored_or_else_as_a_new_empty_list():
-    kids = [Node("feature", "x")]
-    assert ee._graph_children(Node("rotation", "f", kids)) is kids
-    for node in (Node("feature", "x"), Node("feature", "x", children=[])):
-        first, second = ee._graph_children(node), ee._graph_children(node)
-        assert first == [] and first is not second
-
-
 def test_cache_write_refused_by_node_type_is_dropped():
     class Frozen(Node):
         def __setattr__(self, key, value):
