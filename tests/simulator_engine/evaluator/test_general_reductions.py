@@ -37,16 +37,6 @@ def test_stateless_reduction_is_the_numpy_column_mean_bit_for_bit_and_never_call
     assert mean.calls == []
 
 
-def test_unfiltered_signals_are_used_in_sorted_id_order():
-    weights = {sid: np.full((T, N), float(i)) for i, sid in enumerate(["s2", "s1", "s3"])}
-    vectors = {"s1": {"gross_returns": 0.1}, "s2": {"gross_returns": 0.2}, "s3": {"gross_returns": 0.3}}
-    acc = Accumulator()
-    _reduce(_context(weights, signal_pnl_vectors=vectors), acc)
-    extraction, pnl = acc.calls[0]
-    np.testing.assert_array_equal(extraction[0][:, 0], [1.0, 0.0, 2.0])
-    np.testing.assert_array_equal(pnl, [0.1, 0.2, 0.3])
-
-
 @pytest.mark.parametrize("vectors, labels, pnl_child, expected", [
     ({"a": {"gross_returns": 0.5}}, None, None, [[0.5, 0.0]] * T),
     ({"a": {"net": 0.5}}, None, None, [[0.0, 0.0]] * T),
@@ -54,13 +44,14 @@ def test_unfiltered_signals_are_used_in_sorted_id_order():
     (None, ["gross_returns", "net"], "net", [[t + 0.5, 10 * t + 0.5] for t in range(T)]),
     (None, None, None, [[0.0, 0.0]] * T),
 ])
-def test_stateful_reduction_receives_pnl_per_signal(vectors, labels, pnl_child, expected):
+def test_stateful_reduction_receives_rows_and_pnl_per_signal_in_sorted_id_order(vectors, labels, pnl_child, expected):
     pnl = {"a": np.array([[t, t + 0.5] for t in range(T)]), "b": np.array([[10 * t, 10 * t + 0.5] for t in range(T)])}
-    ctx = _context({"a": np.ones((T, N)), "b": np.ones((T, N))}, pnl, signal_pnl_vectors=vectors,
+    ctx = _context({"b": np.full((T, N), 2.0), "a": np.ones((T, N))}, pnl, signal_pnl_vectors=vectors,
                    column_labels=labels)
     acc = Accumulator()
     children = [Node("string", pnl_child)] if pnl_child else []
     out = _reduce(ctx, acc, children)
+    assert all(extraction[:, 0].tolist() == [1.0, 2.0] for (extraction,), _ in acc.calls)
     np.testing.assert_array_equal([pnl for _, pnl in acc.calls], expected)
     np.testing.assert_array_equal(out.weights[:, 0], [1.0, 2.0, 3.0, 4.0])
 
