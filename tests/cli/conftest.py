@@ -39,10 +39,12 @@ def market_file(tmp_path: Path, arrays: dict) -> Path:
 
 @pytest.fixture
 def quillmarsh(tmp_path: Path):
-    """Runs the command in `tmp_path`; returns the completed process with text output."""
-    def run(*args) -> subprocess.CompletedProcess:
-        return subprocess.run([str(CLI), *map(str, args)], cwd=tmp_path, capture_output=True,
-                              text=True, timeout=600)
+    """Runs the command in `tmp_path`, returning the completed process; check=True asserts success."""
+    def run(*args, check=False) -> subprocess.CompletedProcess:
+        completed = subprocess.run([str(CLI), *map(str, args)], cwd=tmp_path, capture_output=True,
+                                   text=True, timeout=600)
+        assert not check or completed.returncode == 0, completed.stderr
+        return completed
     return run
 
 

@@ -5,15 +5,12 @@ import numpy as np
 import pytest
 
 
-
 @pytest.mark.parametrize("expression, message", [
-    ("foo(close)", "unknown function 'foo' at column 1"),
+    ("foo(close)", "unknown function 'foo' at column 1"), ("rank(close", "syntax error at column 5"),
     ("rank(clse)", "unknown feature 'clse'; the data has close, returns, volume"),
-    ("rank(close", "syntax error at column 5"),
     ("rank(close) + rank(volume)", "unsupported operator '+' at column 13"),
     ("close.shift(1)", "unsupported expression 'close.shift' at column 1"),
-    ("mean(close, None)", "unsupported expression 'None' at column 13"),
-    ("  ", "empty expression"),
+    ("mean(close, None)", "unsupported expression 'None' at column 13"), ("  ", "empty expression"),
     ("mean(close, 'x')", "evaluation failed: window must be an integer, got 'x'"),
 ])
 def test_bad_expression(quillmarsh, user_error, tmp_path, market_file, expression, message):
@@ -38,13 +35,11 @@ def test_bad_data(quillmarsh, user_error, tmp_path, arrays, changes, message):
 
 
 def test_states_file_from_another_graph(quillmarsh, user_error, tmp_path, market_file):
-    saved = quillmarsh("evaluate", "mean(close, 5)", "--data", market_file, "--out", "a.npy",
-                       "--states-out", "s.pkl")
-    assert saved.returncode == 0, saved.stderr
+    quillmarsh("evaluate", "mean(close, 5)", "--data", market_file, "--out", "a.npy", "--states-out", "s.pkl",
+               check=True)
     completed = quillmarsh("evaluate", "mean(close, 10)", "--data", market_file, "--out", "b.npy",
                            "--states-in", "s.pkl", "--states-out", "t.pkl")
-    user_error(
-        completed, "states file s.pkl was saved for the graph mean(close, 5), not for mean(close, 10)")
+    user_error(completed, "states file s.pkl was saved for the graph mean(close, 5), not for mean(close, 10)")
     assert not (tmp_path / "b.npy").exists() and not (tmp_path / "t.pkl").exists()
 
 

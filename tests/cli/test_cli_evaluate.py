@@ -2,31 +2,23 @@
 import numpy as np
 import pytest
 
-
-EXPRESSIONS = [
-    "rank(close) * rank(volume)",
-    "zscore(mean(returns, 5), 10)",
-    "scale(demean(rank(volume)), 2.0)",
-    "mul(std(close, 3), latitudinal_rank_688068(volume))",
-]
+EXPRESSIONS = ["rank(close) * rank(volume)", "zscore(mean(returns, 5), 10)", "scale(demean(rank(volume)), 2.0)",
+               "mul(std(close, 3), latitudinal_rank_688068(volume))"]
 
 
 def test_bare_feature_is_the_masked_matrix(quillmarsh, tmp_path, market_file, masked_close):
-    completed = quillmarsh("evaluate", "close", "--data", market_file, "--out", "w.npy")
-    assert completed.returncode == 0, completed.stderr
+    completed = quillmarsh("evaluate", "close", "--data", market_file, "--out", "w.npy", check=True)
     assert "path:    leaf" in completed.stdout
     np.testing.assert_array_equal(np.load(tmp_path / "w.npy"), masked_close)
 
 
 @pytest.mark.parametrize("expression", EXPRESSIONS)
 def test_text_and_json_forms_evaluate_alike(quillmarsh, tmp_path, market_file, expression):
-    shown = quillmarsh("show", expression, "--json")
-    assert shown.returncode == 0, shown.stderr
+    shown = quillmarsh("show", expression, "--json", check=True)
     (tmp_path / "graph.json").write_text(shown.stdout)
     (tmp_path / "graph.txt").write_text(f"# the same graph\n{expression}\n")
     for source, out in ((expression, "text.npy"), ("graph.json", "json.npy"), ("graph.txt", "file.npy")):
-        completed = quillmarsh("evaluate", source, "--data", market_file, "--out", out)
-        assert completed.returncode == 0, completed.stderr
+        quillmarsh("evaluate", source, "--data", market_file, "--out", out, check=True)
     text = np.load(tmp_path / "text.npy")
     assert text.shape == (60, 8) and not np.isnan(text).all()
     np.testing.assert_array_equal(np.load(tmp_path / "json.npy"), text)
@@ -42,16 +34,14 @@ def test_states_carry_a_rolling_window_across_files(quillmarsh, tmp_path, arrays
             ("first.npz", "first.npy", ("--states-out", "s.pkl")),
             ("second.npz", "second.npy", ("--states-in", "s.pkl"))]
     for data, out, extra in runs:
-        completed = quillmarsh("evaluate", expression, "--data", data, "--out", out, *extra)
-        assert completed.returncode == 0, completed.stderr
+        quillmarsh("evaluate", expression, "--data", data, "--out", out, *extra, check=True)
     streamed = np.vstack([np.load(tmp_path / "first.npy"), np.load(tmp_path / "second.npy")])
     np.testing.assert_array_equal(streamed, np.load(tmp_path / "all.npy"))
 
 
 def test_data_nan_features_empty_the_nodes_above_them(quillmarsh, tmp_path, market_file):
     completed = quillmarsh("evaluate", "rank(close) * rank(volume)", "--data", market_file,
-                           "--out", "w.npy", "--data-nan-features", "close")
-    assert completed.returncode == 0, completed.stderr
+                           "--out", "w.npy", "--data-nan-features", "close", check=True)
     assert "data NaN from: root.c0, root.c0.c0" in completed.stdout
     assert np.isnan(np.load(tmp_path / "w.npy")).all()
 
@@ -63,8 +53,7 @@ def test_unknown_data_nan_feature(quillmarsh, user_error, market_file):
 
 
 def test_show_prints_identities_and_path(quillmarsh, market_file):
-    completed = quillmarsh("show", "rank(close) * rank(volume)", "--data", market_file)
-    assert completed.returncode == 0, completed.stderr
+    completed = quillmarsh("show", "rank(close) * rank(volume)", "--data", market_file, check=True)
     lines = completed.stdout.splitlines()
     assert lines[0] == "text:  rank(close) * rank(volume)"
     assert lines[1].startswith("path:  rank product")
@@ -74,12 +63,9 @@ def test_show_prints_identities_and_path(quillmarsh, market_file):
 
 
 @pytest.mark.parametrize("expression, rows, path", [
-    ("close", 100, "leaf"),
-    ("rank(close)", 100, "rank"),
-    ("zscore(mean(close, 5), 20)", 100, "general"),
+    ("close", 100, "leaf"), ("rank(close)", 100, "rank"), ("zscore(mean(close, 5), 20)", 100, "general"),
     ("zscore(mean(close, 5), 20)", 100_000, "longitudinal"),
 ])
 def test_show_path_on_placeholder_data(quillmarsh, expression, rows, path):
-    completed = quillmarsh("show", expression, "--rows", rows)
-    assert completed.returncode == 0, completed.stderr
+    completed = quillmarsh("show", expression, "--rows", rows, check=True)
     assert completed.stdout.splitlines()[1] == f"path:  {path} (placeholder data, {rows} days)"

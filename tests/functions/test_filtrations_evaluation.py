@@ -24,10 +24,8 @@ def passing(tree):
 
 
 @pytest.mark.parametrize("tree, expected", [
-    (leaf("gt", field="sharpe", value=0.5), ["s3", "s2"]),
-    (leaf("lt", field="turnover", value=2), ["s2"]),
-    (leaf("lte", field="sharpe", value=0.5), ["s1", "s4"]),
-    (leaf("eq", field="sector", value="tech"), ["s3", "s2"]),
+    (leaf("gt", field="sharpe", value=0.5), ["s3", "s2"]), (leaf("lt", field="turnover", value=2), ["s2"]),
+    (leaf("lte", field="sharpe", value=0.5), ["s1", "s4"]), (leaf("eq", field="sector", value="tech"), ["s3", "s2"]),
     (leaf("neq", field="sector", value="tech"), ["s1", "s5"]),
     (leaf("between", field="sharpe", low=-0.2, high=0.5), ["s1", "s4"]),
     (leaf("in_", field="sector", values=["energy", "utilities"]), ["s1", "s5"]),
@@ -37,21 +35,12 @@ def passing(tree):
     (FilterNode("or_", children=[leaf("lt", field="sharpe", value=0.0),
                                  leaf("eq", field="sector", value="energy")]), ["s1", "s4"]),
     (FilterNode("not_", children=[leaf("eq", field="sector", value="tech")]), ["s1", "s4", "s5"]),
+    # 5 signals, NaN not ranked: 4 ranked; ceil(50% of 4) = 2, the tie keeps pool order.
+    (leaf("top_pct", field="sharpe", pct=50.0), ["s3", "s2"]), (leaf("top_pct", field="sharpe", pct=25.0), ["s3"]),
+    (leaf("bottom_pct", field="sharpe", pct=30.0), ["s1", "s4"]), (leaf("top_n", field="sharpe", n=1), ["s3"]),
+    (leaf("bottom_n", field="turnover", n=1), ["s2"]), (leaf("top_n", field="turnover", n=10), ["s3", "s2"]),
 ])
 def test_operators_select_in_pool_order(tree, expected):
-    assert passing(tree) == expected
-
-
-@pytest.mark.parametrize("tree, expected", [
-    # 5 signals, NaN not ranked: 4 ranked; ceil(50% of 4) = 2, the tie keeps pool order.
-    (leaf("top_pct", field="sharpe", pct=50.0), ["s3", "s2"]),
-    (leaf("top_pct", field="sharpe", pct=25.0), ["s3"]),
-    (leaf("bottom_pct", field="sharpe", pct=30.0), ["s1", "s4"]),
-    (leaf("top_n", field="sharpe", n=1), ["s3"]),
-    (leaf("bottom_n", field="turnover", n=1), ["s2"]),
-    (leaf("top_n", field="turnover", n=10), ["s3", "s2"]),
-])
-def test_ranking_operators(tree, expected):
     assert passing(tree) == expected
 
 
@@ -61,8 +50,7 @@ def test_percentage_share_is_not_inflated_by_rounding():
 
 
 @pytest.mark.parametrize("tree, message", [
-    (leaf("gt", field="sharpe"), "'gt' requires param 'value'"),
-    (leaf("top_n", n=2), "'top_n' requires param 'field'"),
+    (leaf("gt", field="sharpe"), "'gt' requires param 'value'"), (leaf("top_n", n=2), "'top_n' requires param 'field'"),
     (leaf("top_pct", field="sharpe", pct=0.0), "0 < pct <= 100"),
     (leaf("bottom_pct", field="sharpe", pct=120.0), "0 < pct <= 100"),
     (leaf("top_n", field="sharpe", n=-1), "non-negative integer"),

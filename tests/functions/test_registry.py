@@ -8,49 +8,39 @@ from quillmarsh.simulator_engine._types import FunctionState
 ROW_A = np.array([1.0, -2.0, np.nan, 4.0])
 ROW_B = np.array([0.5, 3.0, 1.0, np.nan])
 
-# name, config, positional inputs, keyword inputs, stateful
+ZERO_SUM = np.array([0.0, np.nan, 0.0, 0.0])
+PAIR = np.vstack([ROW_A, ROW_B])
+
+# name, config, positional inputs, keyword inputs, stateful, expected output
 BUILTIN_CALLS = [
-    ("latitudinal_rank_688068", {}, [ROW_A], {}, False),
-    ("numerical_combine_d65e04", {}, [ROW_A, ROW_B], {}, False),
-    ("longitudinal_accumulators_25c7fb", {"window": 1}, [ROW_A], {}, True),
-    ("longitudinal_accumulators_a5b1f0", {"window": 1}, [ROW_A], {}, True),
-    ("longitudinal_accumulators_7e8468", {"window": 1}, [ROW_A], {}, True),
-    ("reduction_mean_3f9c2e", {}, [np.vstack([ROW_A, ROW_B])], {}, False),
-    ("reduction_pnl_weighted_b7d41a", {"window": 3}, [np.vstack([ROW_A, ROW_B])],
-     {"signal_pnl": np.array([0.1, -0.2])}, True),
-    ("cross_sectional_demean_5e2a7c", {}, [ROW_A], {}, False),
-    ("cross_sectional_scale_c81f06", {"target": 2.0}, [ROW_A], {}, False),
+    ("latitudinal_rank_688068", {}, [ROW_A], {}, False, [2 / 3, 1 / 3, np.nan, 1.0]),
+    ("numerical_combine_d65e04", {}, [ROW_A, ROW_B], {}, False, [0.5, -6.0, np.nan, np.nan]),
+    ("longitudinal_accumulators_25c7fb", {"window": 1}, [ROW_A], {}, True, ROW_A),
+    ("longitudinal_accumulators_a5b1f0", {"window": 1}, [ROW_A], {}, True, [0.0, 0.0, np.nan, 0.0]),
+    ("longitudinal_accumulators_7e8468", {"window": 1}, [ROW_A], {}, True, [0.0, 0.0, np.nan, 0.0]),
+    ("reduction_mean_3f9c2e", {}, [PAIR], {}, False, [0.75, 0.5, np.nan, np.nan]),
+    ("reduction_pnl_weighted_b7d41a", {"window": 3}, [PAIR], {"signal_pnl": np.array([0.1, -0.2])}, True, ROW_A),
+    ("cross_sectional_demean_5e2a7c", {}, [ROW_A], {}, False, [0.0, -3.0, np.nan, 3.0]),
+    ("cross_sectional_scale_c81f06", {"target": 2.0}, [ROW_A], {}, False, [2 / 7, -4 / 7, np.nan, 8 / 7]),
+    ("cross_sectional_scale_c81f06", {}, [ZERO_SUM], {}, False, ZERO_SUM),
 ]
 
 
-@pytest.mark.parametrize("name, config, rows, keywords, stateful", BUILTIN_CALLS)
-def test_builtin_instances_honour_the_instance_contract(name, config, rows, keywords, stateful):
+@pytest.mark.parametrize("name, config, rows, keywords, stateful, expected", BUILTIN_CALLS)
+def test_builtin_instances_honour_the_instance_contract(name, config, rows, keywords, stateful, expected):
     registry = default_registry()
     entry = registry.get_entry(name)
-    assert not any(hasattr(entry, attr)
-                   for attr in ("factory", "module_path", "class_name", "implementation"))
+    assert not any(hasattr(entry, attr) for attr in ("factory", "module_path", "class_name", "implementation"))
     assert not registry.has_factory(name) and entry.stateful is stateful
     originals = [row.copy() for row in rows]
     instance = registry.create_instance(name, **config)
     out = instance(*rows, **keywords) if keywords else instance(*rows, context=None)
-    assert instance.stateful is stateful and out.dtype == np.float64 and out.shape == (4,)
+    assert instance.stateful is stateful and out.dtype == np.float64
+    np.testing.assert_allclose(out, expected, rtol=0, atol=1e-15)
     for row, original in zip(rows, originals):
         np.testing.assert_array_equal(row, original)
     if stateful:
-        assert instance.get_state()["count"] == 1
-        assert instance.get_state()["window"] == instance.window == config["window"]
-
-
-@pytest.mark.parametrize("name, config, rows, expected", [
-    ("numerical_combine_d65e04", {}, [ROW_A, ROW_B], [0.5, -6.0, np.nan, np.nan]),
-    ("cross_sectional_demean_5e2a7c", {}, [ROW_A], [0.0, -3.0, np.nan, 3.0]),
-    ("cross_sectional_scale_c81f06", {}, [ROW_A], [1 / 7, -2 / 7, np.nan, 4 / 7]),
-    ("cross_sectional_scale_c81f06", {"target": 2.0}, [np.array([0.0, np.nan])], [0.0, np.nan]),
-    ("reduction_mean_3f9c2e", {}, [np.array([[1.0, 3.0], [3.0, np.nan]])], [2.0, np.nan]),
-])
-def test_stateless_builtin_values(name, config, rows, expected):
-    out = default_registry().create_instance(name, **config)(*rows, context=None)
-    np.testing.assert_allclose(out, expected, rtol=0, atol=1e-15)
+        assert (instance.get_state()["count"], instance.get_state()["window"]) == (1, config["window"])
 
 
 class Counter:

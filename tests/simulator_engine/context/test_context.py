@@ -1,43 +1,52 @@
+"""Context construction: shape validation, feature index and stage-data checks, pickling."""
 import pickle
 
 import numpy as np
 import pytest
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import EvaluationError, SchemaError, StageData, UsefulSignal
+from quillmarsh.simulator_engine._types import EvaluationError, FunctionGraphNode, SchemaError, UsefulSignal
 
 
-def _features(count=3, shape=(250, 40)):
+REF = (250, 40)
+_z = np.zeros
+
+
+def _features(count=3, shape=REF):
     return [np.zeros(shape) for _ in range(count)]
 
 
-def test_defaults_with_only_features_and_index():
-    ctx = ee.EvaluationContext(_features(1), {"close": 0})
-    assert ctx.useful_signals == {} and ctx.metaparameters == {}
-    assert ctx.transform_pipeline == [] and ctx.column_labels == []
-    assert isinstance(ctx.stage_data, StageData) and ctx.stage_data.is_empty()
-    assert ctx.current_day_index == 0
-    assert ctx._skip_evaluation_shape_validation is False
-    assert ctx.extraction_buffer is None and ctx.registers is None
-    assert ctx.liquidity_features == [] and ctx.factor_model is None
+@pytest.mark.parametrize("features, universe, signals, message", [
+    ([_z(REF), _z(REF), _z((250, 41))], None, None,
+     "Feature dimension mismatch: 'feature_0' shape (250, 40) vs 'feature_2' shape (250, 41)"),
+    ([_z(REF)], _z((250, 39)), None,
+     "Feature dimension mismatch: features shape (250, 40) vs universe shape (250, 39)"),
+    ([_z(REF)], None, {"s1": UsefulSignal(weights=_z((250, 41)), pnl=_z((3,)))},
+     "useful signal 's1' weights shape (250, 41) does not match feature shape (250, 40)"),
+    ([_z(REF)], None, {"s1": UsefulSignal(pnl=_z((249,)))},
+     "useful signal 's1' pnl shape (249,) does not match feature shape (250, 40)"),
+    ([_z(REF)], _z(REF + (1,)), None,
+     "Feature dimension mismatch: features shape (250, 40) vs universe shape (250, 40, 1)"),
+])
+def test_first_shape_inconsistency_is_reported(features, universe, signals, message):
+    with pytest.raises(EvaluationError) as err:
+        ee._validate_evaluation_shapes(features, universe, signals)
+    assert str(err.value) == message
 
 
-def test_caller_objects_are_stored_by_reference():
-    features, index, signals = _features(1), {"close": 0}, {}
-    ctx = ee.EvaluationContext(features, index, useful_signals=signals)
-    assert ctx.features is features and ctx.feature_index is index and ctx.useful_signals is signals
+@pytest.mark.parametrize("features, universe, signals", [
+    ([], _z((3, 3)), None), (None, None, None), ([_z(REF)], _z(REF), {}),
+    ([_z(REF)], None, {"s": UsefulSignal(weights=None, pnl=_z((250, 3)))}),
+])
+def test_consistent_shapes_pass(features, universe, signals):
+    assert ee._validate_evaluation_shapes(features, universe, signals) is None
 
 
-def test_extraction_buffer_has_one_row_per_signal():
-    signals = {s: UsefulSignal(weights=np.ones((250, 40))) for s in "abc"}
-    ctx = ee.EvaluationContext(_features(1), {"close": 0}, useful_signals=signals)
-    assert ctx.extraction_buffer.shape == (3, 40)
-    assert ctx.extraction_buffer.dtype == np.float64 and not ctx.extraction_buffer.any()
-
-
-def test_no_extraction_buffer_without_features():
-    signals = {"a": UsefulSignal(weights=np.ones((2, 2)))}
-    assert ee.EvaluationContext([], {}, useful_signals=signals).extraction_buffer is None
+def test_evaluate_revalidates_a_context_changed_after_construction():
+    ctx = ee.EvaluationContext([_z((4, 3))], {"close": 0}, universe=np.ones((4, 3)))
+    ctx.universe = np.ones((4, 2))
+    with pytest.raises(EvaluationError, match="vs universe shape"):
+        ee.evaluate(FunctionGraphNode("feature", "close"), ctx)
 
 
 @pytest.mark.parametrize("position", [3, -1])
@@ -45,13 +54,6 @@ def test_feature_index_out_of_bounds(position):
     with pytest.raises(EvaluationError) as err:
         ee.EvaluationContext(_features(3), {"open": 0, "close": position})
     assert str(err.value) == f"feature_index['close'] = {position} is out of bounds for 3 features"
-
-
-def test_validate_inputs_false_skips_checks_but_allocates_buffer():
-    signals = {"a": UsefulSignal(weights=np.ones((5, 7)))}
-    ctx = ee.EvaluationContext(_features(1), {"close": 9}, useful_signals=signals, validate_inputs=False)
-    assert ctx._skip_evaluation_shape_validation is True
-    assert ctx.extraction_buffer.shape == (1, 40)
 
 
 def test_stage_data_type_is_checked_before_feature_index():
@@ -63,34 +65,10 @@ def test_stage_data_type_is_checked_before_feature_index():
 def test_pickle_round_trip_gives_new_lock_and_same_fields():
     ctx = ee.EvaluationContext(_features(1, (4, 3)), {"close": 0}, pool_id="p1")
     ctx.registers = np.ones((1, 3))
-    state = ctx.__getstate__()
-    assert "_evaluation_lock" not in state
+    assert "_evaluation_lock" not in ctx.__getstate__()
     restored = pickle.loads(pickle.dumps(ctx))
     assert restored._evaluation_lock is not ctx._evaluation_lock
     assert restored.pool_id == "p1" and restored._skip_evaluation_shape_validation is False
     np.testing.assert_array_equal(restored.registers, ctx.registers)
-    restored._evaluation_lock.acquire()
-    restored._evaluation_lock.release()
-
-
-def test_setstate_without_lock_entry_creates_one():
-    ctx = ee.EvaluationContext(_features(1, (2, 2)), {"close": 0})
-    del ctx._evaluation_lock
-    state = ctx.__getstate__()
-    ctx.__setstate__(state)
-    assert ctx._evaluation_lock is not None
-
-
-@pytest.mark.parametrize(
-    "args, missing, text",
-    [
-        ((), ["universe", "universe_mask"], "universe, universe_mask"),
-        ((("universe",),), ["universe"], "universe"),
-    ],
-)
-def test_missing_universe_error(args, missing, text):
-    err = ee.MissingSimulationUniverseError(*args, pool_id="p", feature_count=2)
-    assert isinstance(err, EvaluationError)
-    assert str(err) == "missing_simulation_universe: missing required evaluation inputs " + text
-    assert err.missing_args == missing
-    assert (err.pool_id, err.universe_tag, err.feature_count) == ("p", None, 2)
+    with restored._evaluation_lock:
+        pass

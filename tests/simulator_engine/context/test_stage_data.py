@@ -2,8 +2,7 @@ import numpy as np
 import pytest
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
-from quillmarsh.simulator_engine._types import StageData, TransformStage
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, StageData, TransformStage
 
 
 def _context(stage_values=None, **kwargs):
@@ -14,13 +13,6 @@ def _context(stage_values=None, **kwargs):
 
 def _graph(*names):
     return Node("rotation", "f", [Node("feature", name) for name in names])
-
-
-def test_empty_stage_data_changes_nothing():
-    ctx = _context()
-    features, index = ctx.features, ctx.feature_index
-    ee._attach_stage_data_feature_leaves(_graph("depth"), ctx)
-    assert ctx.features is features and ctx.feature_index is index
 
 
 def test_two_dimensional_values_are_attached_in_name_order():
@@ -41,16 +33,11 @@ def test_attached_leaf_evaluates_through_the_engine():
     np.testing.assert_array_equal(weights, np.full((4, 3), 2.0))
 
 
-@pytest.mark.parametrize(
-    "metaparameters, pool_id, expected",
-    [
-        ({"scale": 2.0, "pool_a": {"scale": 3.0}}, "pool_a", 2.0),
-        ({"scale": None}, None, None),
-        ({"pool_a": {"scale": 3.0}}, "pool_a", 3.0),
-        ({"pool_a": "scale"}, "pool_a", "dflt"),
-        ({"pool_a": {"scale": 3.0}}, None, "dflt"),
-    ],
-)
+@pytest.mark.parametrize("metaparameters, pool_id, expected", [
+    ({"scale": 2.0, "pool_a": {"scale": 3.0}}, "pool_a", 2.0), ({"scale": None}, None, None),
+    ({"pool_a": {"scale": 3.0}}, "pool_a", 3.0), ({"pool_a": "scale"}, "pool_a", "dflt"),
+    ({"pool_a": {"scale": 3.0}}, None, "dflt"),
+])
 def test_resolve_stage_option(metaparameters, pool_id, expected):
     ctx = _context(metaparameters=metaparameters, pool_id=pool_id)
     stage = TransformStage(name="scale", function_name="g", default="dflt")

@@ -1,11 +1,10 @@
 """Fake function instances, registries and contexts for the general evaluator's tests."""
+from types import SimpleNamespace
+
 import numpy as np
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import UsefulSignal
-
-# Operations pending on another branch: tests that need a registry (configuration
-# validation, warm-up accounting) or a filter tree conversion fail with this until then.
 
 
 class Fn:
@@ -27,29 +26,19 @@ class Accumulator:
 
     stateful = True
 
-    def __init__(self, window=10, count=0, result=None):
+    def __init__(self, window=10, count=0):
         self.window = window
         self.count = count
-        self.result = result
         self.calls = []
 
     def __call__(self, *args, signal_pnl=None, **kwargs):
         self.calls.append((tuple(np.array(a, copy=True) for a in args),
                            None if signal_pnl is None else signal_pnl.copy()))
         self.count += 1
-        if self.result is not None:
-            return self.result
         return np.full(args[0].shape[-1], float(self.count))
 
     def get_state(self):
         return {"count": self.count, "window": self.window}
-
-
-class FakeEntry:
-    def __init__(self, stateful=False):
-        self.stateful = stateful
-        self.param_schema = None
-        self.family = None
 
 
 class FakeRegistry:
@@ -64,7 +53,7 @@ class FakeRegistry:
         return name in self.factories
 
     def get_entry(self, name):
-        return FakeEntry(name in self.stateful)
+        return SimpleNamespace(stateful=name in self.stateful, param_schema=None, family=None)
 
     def create_instance(self, name, **config):
         self.created.append(("create_instance", name, None, config))
@@ -78,16 +67,12 @@ class FakeRegistry:
         return f"{name}@1"
 
 
-def make_context(features=None, feature_index=None, universe="ones", **kwargs):
+def make_context(features=None, feature_index=None, **kwargs):
     """A context over `features` (default: one 4x3 matrix named close) with an all-live universe."""
     if features is None:
-        features = [np.arange(12.0).reshape(4, 3)]
-        feature_index = {"close": 0}
-    if isinstance(universe, str):
-        universe = np.ones(features[0].shape)
-    if universe is None:
-        kwargs.setdefault("universe_mask", np.ones(features[0].shape, dtype=np.uint8))
-    return ee.EvaluationContext(features, feature_index, universe=universe, **kwargs)
+        features, feature_index = [np.arange(12.0).reshape(4, 3)], {"close": 0}
+    kwargs.setdefault("universe", np.ones(np.shape(features[0])))
+    return ee.EvaluationContext(features, feature_index, **kwargs)
 
 
 def signals(weights_by_id, pnl_by_id=None):

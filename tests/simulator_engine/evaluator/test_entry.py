@@ -26,16 +26,12 @@ def test_non_node_graph_is_rejected_before_the_context_is_touched():
 def test_result_behaves_as_pair_and_as_weights():
     result = ee.evaluate(LEAF, _context())
     weights, states = result
-    assert len(result) == 2 and states == {}
-    assert result[0] is weights and result[-2] is weights and result[-1] is states
-    assert result[:1] == (weights,)
-    assert result.shape == (2, 4) and result.T.shape == (4, 2)
-    assert np.asarray(result, dtype=np.float32).dtype == np.float32
+    assert len(result) == 2 and states == {} and result[-1] is states and result[:1] == (weights,)
+    assert result.shape == (2, 4) and np.asarray(result, dtype=np.float32).dtype == np.float32
     assert result.nan_source == {} and result.node_outputs == {}
-    with pytest.raises(IndexError):
-        result[2]
-    with pytest.raises(TypeError):
-        result["weights"]
+    for key, error in ((2, IndexError), ("weights", TypeError)):
+        with pytest.raises(error):
+            result[key]
     with pytest.raises(AttributeError, match="no attribute 'nope'"):
         result.nope
 
@@ -50,22 +46,17 @@ def test_missing_universe_names_inputs_and_context_fields():
     ctx = _context(universe=None, pool_id="pool_a", universe_tag="us")
     with pytest.raises(ee.MissingSimulationUniverseError) as err:
         ee.evaluate(LEAF, ctx)
+    assert isinstance(err.value, EvaluationError) and str(err.value) == (
+        "missing_simulation_universe: missing required evaluation inputs universe, universe_mask")
     assert err.value.missing_args == ["universe", "universe_mask"]
     assert (err.value.pool_id, err.value.universe_tag, err.value.feature_count) == ("pool_a", "us", 1)
 
 
-def test_universe_mask_without_universe_is_accepted():
-    ctx = _context(universe=None, universe_mask=np.ones((2, 4), dtype=np.uint8))
-    np.testing.assert_array_equal(ee.evaluate(LEAF, ctx)[0], np.arange(8.0).reshape(2, 4))
-
-
 def test_preflight_rejects_engine_only_config_even_on_a_fast_path_graph():
     graph = Node("rotation", "latitudinal_rank_688068", [LEAF], config={"N_alloc": 3, "A": 1})
-    with pytest.raises(FunctionExecutionError) as err:
+    with pytest.raises(FunctionExecutionError, match="^Function 'latitudinal_rank_688068' at node 'root' config "
+                                                     "contains engine-only parameter"):
         ee.evaluate(graph, _context())
-    assert str(err.value) == (
-        "Function 'latitudinal_rank_688068' at node 'root' config contains engine-only parameter(s): A, N_alloc"
-    )
 
 
 def test_transform_pipeline_is_combined_into_a_copy_once():
@@ -83,26 +74,6 @@ def test_already_combined_pipeline_is_kept():
     ctx = _context(transform_pipeline=stages, transforms_already_combined=True)
     ee.evaluate(LEAF, ctx)
     assert ctx.transform_pipeline is stages
-
-
-def test_lock_is_created_when_removed_and_kept():
-    ctx = _context()
-    del ctx._evaluation_lock
-    ee.evaluate(LEAF, ctx)
-    lock = ctx._evaluation_lock
-    ee.evaluate(LEAF, ctx)
-    assert ctx._evaluation_lock is lock
-
-
-class _BareContext:
-    def __init__(self, ctx):
-        self.__dict__.update(ctx.__getstate__())
-
-
-def test_context_without_lock_is_evaluated_unlocked():
-    bare = _BareContext(_context())
-    ee.evaluate(LEAF, bare)
-    assert not hasattr(bare, "_evaluation_lock")
 
 
 def test_same_context_is_serialised_across_threads():

@@ -4,8 +4,7 @@ import pytest
 from .general_fakes import Fn, make_context
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import EvaluationError, FunctionExecutionError
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import EvaluationError, FunctionExecutionError, FunctionGraphNode as Node
 
 
 def _nested_graph():
@@ -27,15 +26,11 @@ def test_registers_follow_collection_order_and_children_run_first():
     np.testing.assert_array_equal(result.weights, np.arange(12.0).reshape(4, 3) + 5.0)
 
 
-def test_cache_entry_holds_names_and_is_reused_with_new_feature_positions():
+def test_cached_collection_is_reused_with_new_feature_positions():
     graph = Node("rotation", "f", [Node("feature", "close")])
     f = Fn()
     ee.evaluate(graph, make_context(), bound_function_instances={"root": f})
-    entry = graph._collect_nodes_cache
-    assert set(entry) == {"node_info", "feature_ref_names", "float_values", "state_keys",
-                          "filtration_nodes", "reduction_nodes"}
-    assert entry["feature_ref_names"] == {"root.c0": "close"} and entry["state_keys"] == {"root": "root"}
-    node_info = entry["node_info"]
+    node_info = graph._collect_nodes_cache["node_info"]
     moved = np.full((4, 3), 7.0)
     ctx = make_context([np.zeros((4, 3)), moved], {"open": 0, "close": 1})
     result = ee.evaluate(graph, ctx, bound_function_instances={"root": f})
@@ -43,10 +38,11 @@ def test_cache_entry_holds_names_and_is_reused_with_new_feature_positions():
     np.testing.assert_array_equal(result.weights, moved)
 
 
-def test_evaluation_without_bound_instances_neither_reads_nor_writes_the_cache():
+def test_unbound_function_without_registry_fails_and_leaves_the_cache_alone():
     graph = Node("rotation", "f", [Node("feature", "close")])
     graph._collect_nodes_cache = {"node_info": "garbage"}
-    with pytest.raises(FunctionExecutionError, match="cannot be instantiated from the evaluation registry"):
+    with pytest.raises(FunctionExecutionError, match="^Function 'f' at node 'root' is not bound and cannot be "
+                                                     "instantiated from the evaluation registry$"):
         ee.evaluate(graph, make_context())
     assert graph._collect_nodes_cache == {"node_info": "garbage"}
 
@@ -66,13 +62,6 @@ def test_bound_instances_must_cover_every_function_node(cached, bound, message):
     assert str(err.value) == message
 
 
-def test_unbound_function_without_registry_cannot_be_instantiated():
-    with pytest.raises(FunctionExecutionError) as err:
-        ee.evaluate(Node("rotation", "f", [Node("feature", "close")]), make_context())
-    assert str(err.value) == ("Function 'f' at node 'root' is not bound and cannot be instantiated "
-                              "from the evaluation registry")
-
-
 def test_missing_feature_fails_before_later_siblings_are_collected():
     graph = Node("rotation", "f", [Node("feature", "volume"), Node("feature", "open")])
     with pytest.raises(EvaluationError, match="^Feature 'volume' not in context$"):
@@ -88,22 +77,10 @@ def test_missing_feature_fails_before_later_siblings_are_collected():
 ])
 def test_configuration_literals_without_schema_use_kind_defaults(name, children, explicit, expected):
     kids = [Node("feature", "close")] + [Node(kind, value) for kind, value in children]
-    graph = Node("rotation", name, kids, config=explicit)
+    graph = Node("rotation", name, kids, config=dict(explicit))
     ee.evaluate(graph, make_context(), bound_function_instances={"root": Fn()})
     record = graph._collect_nodes_cache["node_info"]["root"]
     assert record["config"] == expected
     consumed = {f"root.c{i + 1}" for i, (kind, _) in enumerate(children) if kind != "float"}
     assert record["config_child_paths"] == consumed
     assert graph.config == explicit
-
-
-@pytest.mark.parametrize("kinds, expected", [
-    ([], None),
-    (["filtration", "filtration"], "root.c0"),
-    (["feature", "filtration"], "root.c1"),
-])
-def test_reduction_reads_its_first_filtration_child(kinds, expected):
-    graph = Node("reduction", "r", [Node(kind, "close" if kind == "feature" else "filtration") for kind in kinds])
-    no_rows = make_context([np.zeros((0, 3))], {"close": 0})
-    ee.evaluate(graph, no_rows, bound_function_instances={"root": Fn()})
-    assert graph._collect_nodes_cache["reduction_nodes"]["root"]["filtration_path"] == expected

@@ -11,13 +11,11 @@ T, N = 4, 2
 
 
 def _context(weights_by_id, pnl_by_id=None, **kwargs):
-    ctx = make_context([np.zeros((T, N))], {"close": 0}, useful_signals=signals(weights_by_id, pnl_by_id), **kwargs)
+    """A context shaped like the first signal's weights (default T x N) that collects no states."""
+    shape = np.shape(next(iter(weights_by_id.values()))) if weights_by_id else (T, N)
+    ctx = make_context([np.zeros(shape)], {"close": 0}, useful_signals=signals(weights_by_id, pnl_by_id), **kwargs)
     ctx._collect_states = False
     return ctx
-
-
-def _row_weights(*rows):
-    return np.tile(np.array(rows, dtype=float), (T, 1))
 
 
 def _reduce(ctx, instance, children=(), states=None, cold=False):
@@ -25,34 +23,18 @@ def _reduce(ctx, instance, children=(), states=None, cold=False):
     return ee.evaluate(graph, ctx, states, cold, bound_function_instances={"root": instance})
 
 
-def test_stateless_reduction_is_the_column_mean_with_nan_propagating():
-    ctx = _context({"a": _row_weights(1.0, 3.0), "b": _row_weights(3.0, np.nan)})
-    mean = Fn()
-    out = _reduce(ctx, mean)
-    np.testing.assert_array_equal(out.weights, [[2.0, np.nan]] * T)
-    assert mean.calls == []
-
-
 @pytest.mark.parametrize("count, n", [(1, 2), (7, 2), (5, 3), (9, 1), (300, 1), (1, 1)])
-def test_stateless_mean_matches_numpy_bit_for_bit(count, n):
+def test_stateless_reduction_is_the_numpy_column_mean_bit_for_bit_and_never_calls_the_instance(count, n):
     rng = np.random.default_rng(count * 10 + n)
     weights = {f"s{i:03d}": rng.normal(size=(2, n)) * 10.0 ** rng.integers(-8, 8) for i in range(count)}
     weights["s000"][0] = -0.0
-    ctx = make_context([np.zeros((2, n))], {"close": 0}, useful_signals=signals(weights))
-    out = _reduce(ctx, Fn())
+    weights["s000"][1, 0] = np.nan
+    mean = Fn()
+    out = _reduce(_context(weights), mean)
     expected = np.array([np.stack([weights[k][t] for k in sorted(weights)]).mean(axis=0) for t in range(2)])
     np.testing.assert_array_equal(out.weights, expected)
-    assert np.signbit(out.weights).tolist() == np.signbit(expected).tolist()
-
-
-def test_unfiltered_signals_are_used_in_sorted_id_order():
-    weights = {sid: np.full((T, N), float(i)) for i, sid in enumerate(["s2", "s1", "s3"])}
-    vectors = {"s1": {"gross_returns": 0.1}, "s2": {"gross_returns": 0.2}, "s3": {"gross_returns": 0.3}}
-    acc = Accumulator()
-    _reduce(_context(weights, signal_pnl_vectors=vectors), acc)
-    extraction, pnl = acc.calls[0]
-    np.testing.assert_array_equal(extraction[0][:, 0], [1.0, 0.0, 2.0])
-    np.testing.assert_array_equal(pnl, [0.1, 0.2, 0.3])
+    assert np.signbit(out.weights[0]).tolist() == np.signbit(expected[0]).tolist()
+    assert mean.calls == []
 
 
 @pytest.mark.parametrize("vectors, labels, pnl_child, expected", [
@@ -62,13 +44,14 @@ def test_unfiltered_signals_are_used_in_sorted_id_order():
     (None, ["gross_returns", "net"], "net", [[t + 0.5, 10 * t + 0.5] for t in range(T)]),
     (None, None, None, [[0.0, 0.0]] * T),
 ])
-def test_stateful_reduction_receives_pnl_per_signal(vectors, labels, pnl_child, expected):
+def test_stateful_reduction_receives_rows_and_pnl_per_signal_in_sorted_id_order(vectors, labels, pnl_child, expected):
     pnl = {"a": np.array([[t, t + 0.5] for t in range(T)]), "b": np.array([[10 * t, 10 * t + 0.5] for t in range(T)])}
-    ctx = _context({"a": np.ones((T, N)), "b": np.ones((T, N))}, pnl, signal_pnl_vectors=vectors,
+    ctx = _context({"b": np.full((T, N), 2.0), "a": np.ones((T, N))}, pnl, signal_pnl_vectors=vectors,
                    column_labels=labels)
     acc = Accumulator()
     children = [Node("string", pnl_child)] if pnl_child else []
     out = _reduce(ctx, acc, children)
+    assert all(extraction[:, 0].tolist() == [1.0, 2.0] for (extraction,), _ in acc.calls)
     np.testing.assert_array_equal([pnl for _, pnl in acc.calls], expected)
     np.testing.assert_array_equal(out.weights[:, 0], [1.0, 2.0, 3.0, 4.0])
 
@@ -91,33 +74,18 @@ def test_reduction_instance_failure_is_wrapped():
 
 @pytest.mark.parametrize("instance", [Fn(), Accumulator()])
 def test_reduction_without_signals_or_filtration_fails_clearly(instance):
-    ctx = make_context([np.zeros((T, N))], {"close": 0})
-    ctx._collect_states = False
     with pytest.raises(EvaluationError, match="^Reduction 'reduce' at node 'root' has no useful signals to reduce at row 0"):
-        _reduce(ctx, instance)
+        _reduce(_context({}), instance)
 
 
 @pytest.mark.parametrize("rows, payload, replayed", [
-    (12, {"count": 3, "window": 10}, list(range(5, 12))),
-    (4, {"count": 3, "window": 10}, [0, 1, 2, 3]),
-    (12, {"count": 10, "window": 10}, []),
-    (12, {"count": 8}, [10, 11]),
-    (12, {}, []),
+    (12, {"count": 3, "window": 10}, list(range(5, 12))), (4, {"count": 3, "window": 10}, [0, 1, 2, 3]),
+    (12, {"count": 10, "window": 10}, []), (12, {"count": 8}, [10, 11]), (12, {}, []), (12, None, []),
 ])
-def test_cold_start_replays_the_tail_before_row_zero(rows, payload, replayed):
+def test_cold_start_replays_the_tail_of_saved_states_before_row_zero(rows, payload, replayed):
     weights = np.repeat(np.arange(float(rows))[:, None], N, axis=1)
-    ctx = make_context([np.zeros((rows, N))], {"close": 0}, useful_signals=signals({"a": weights}),
-                       column_labels=["gross_returns"])
-    ctx._collect_states = False
-    acc = Accumulator(window=10)
-    states = {"root": FunctionState("reduce", 1, payload)}
-    _reduce(ctx, acc, states=states, cold=True)
+    acc = Accumulator()
+    states = None if payload is None else {"root": FunctionState("reduce", 1, payload)}
+    _reduce(_context({"a": weights}, column_labels=["gross_returns"]), acc, states=states, cold=True)
     seen = [int(extraction[0][0, 0]) for extraction, _ in acc.calls]
     assert seen == replayed + list(range(rows))
-
-
-def test_cold_start_needs_function_states():
-    ctx = _context({"a": np.ones((T, N))})
-    acc = Accumulator(window=10)
-    _reduce(ctx, acc, cold=True)
-    assert len(acc.calls) == T

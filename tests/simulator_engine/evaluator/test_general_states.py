@@ -1,11 +1,10 @@
 """Saved states of stateful instances and the get_state_failed log event."""
 import pytest
-from .general_fakes import Accumulator, FakeRegistry, make_context
+from .general_fakes import Accumulator, FakeRegistry, Fn, make_context
 from structlog.testing import capture_logs
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import FunctionState
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, FunctionState
 
 
 def _graph():
@@ -13,15 +12,8 @@ def _graph():
     return Node("rotation", "wrap", [inner])
 
 
-class Passthrough:
-    stateful = False
-
-    def __call__(self, x, **kwargs):
-        return x
-
-
 def _registry(acc_factory=Accumulator):
-    return FakeRegistry({"acc": acc_factory, "wrap": Passthrough})
+    return FakeRegistry({"acc": acc_factory, "wrap": Fn}, stateful={"acc"})
 
 
 def test_states_are_keyed_by_state_identity_and_round_trip():
@@ -40,7 +32,7 @@ def test_collect_states_false_returns_no_states():
     ctx = make_context()
     ctx._collect_states = False
     acc = Accumulator()
-    out = ee.evaluate(_graph(), ctx, bound_function_instances={"root": Passthrough(), "root.c0": acc})
+    out = ee.evaluate(_graph(), ctx, bound_function_instances={"root": Fn(), "root.c0": acc})
     assert out.states == {} and acc.count == 4
 
 
@@ -57,24 +49,16 @@ def test_failed_get_state_is_logged_and_reraised():
     acc = BrokenState()
     ctx = make_context(registry=_registry())
     with capture_logs() as logs, pytest.raises(StateUnavailable):
-        ee.evaluate(_graph(), ctx, bound_function_instances={"root": Passthrough(), "root.c0": acc})
+        ee.evaluate(_graph(), ctx, bound_function_instances={"root": Fn(), "root.c0": acc})
     assert logs == [{"event": "expression_evaluator.get_state_failed", "log_level": "error",
                      "instance_id": id(acc), "node_id": "root.c0", "function_name": "acc"}]
 
 
 def test_failed_warmup_count_is_logged_before_the_loop():
     acc = BrokenState()
-    ctx = make_context(registry=FakeRegistry({"acc": lambda: acc, "wrap": Passthrough}, stateful={"acc"}))
+    ctx = make_context(registry=_registry(lambda: acc))
     graph = Node("rotation", "acc", [Node("feature", "close"), Node("int", 3)])
     with capture_logs() as logs, pytest.raises(StateUnavailable):
         ee.evaluate(graph, ctx)
     assert acc.calls == []
     assert [(log["node_id"], log["function_name"]) for log in logs] == [("root", "acc")]
-
-
-def test_states_without_a_registry_fail_after_logging():
-    acc = Accumulator()
-    with capture_logs() as logs, pytest.raises(AttributeError, match="get_function_version"):
-        ee.evaluate(_graph(), make_context(), bound_function_instances={"root": Passthrough(), "root.c0": acc})
-    assert [(log["event"], log["node_id"]) for log in logs] == [("expression_evaluator.get_state_failed", "root.c0")]
-    assert acc.count == 4

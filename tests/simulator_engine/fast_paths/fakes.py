@@ -11,24 +11,20 @@ ZSCORE = "longitudinal_accumulators_7e8468"
 
 
 class FakeRegistry:
-    """Knows `entries` (name -> entry record); `factories` report has_factory. Logs every query."""
+    """Knows `entries` (name -> entry record); `factories` report has_factory."""
 
     def __init__(self, entries=None, factories=(), entry_error=None):
         self.entries = dict(entries or {})
         self.factories = set(factories)
         self.entry_error = entry_error
-        self.calls = []
 
     def has(self, name):
-        self.calls.append(("has", name))
         return name in self.entries or name in self.factories
 
     def has_factory(self, name):
-        self.calls.append(("has_factory", name))
         return name in self.factories
 
     def get_entry(self, name):
-        self.calls.append(("get_entry", name))
         if self.entry_error is not None:
             raise self.entry_error
         return self.entries[name]

@@ -2,8 +2,7 @@ import numpy as np
 import pytest
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import EvaluationError
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import EvaluationError, FunctionGraphNode as Node
 
 UNIVERSE_ROW = [0.0, -0.0, np.nan, 1.0, 0.5, np.inf, -2.0]
 EXPECTED_LIVE = [False, False, False, True, True, True, True]
@@ -25,29 +24,11 @@ def test_masking_rule_per_cell(shape):
     assert out.dtype == np.float64
 
 
-def test_no_universe_returns_the_data_itself():
-    data = np.array([1.0, np.nan])
-    assert ee._apply_universe_mask(data, None) is data
-
-
-def test_universe_mask_derivation():
-    ctx = _context(np.ones((1, 4)), universe=np.array([[1.0, 0.0, np.nan, np.inf]]))
-    ee.evaluate(Node("feature", "close"), ctx)
-    assert ctx.universe_mask.dtype == np.uint8 and ctx.universe_mask.flags.c_contiguous
-    np.testing.assert_array_equal(ctx.universe_mask, [[1, 0, 0, 0]])
-
-
-@pytest.mark.parametrize(
-    "graph_type, name, states, nan_features, expected",
-    [
-        ("feature", "close", None, None, True),
-        ("aggregation", "close", {}, [], True),
-        ("feature", "close", {"root": 1}, None, False),
-        ("feature", "close", None, ["close"], False),
-        ("feature", "open", None, None, False),
-        ("rotation", "close", None, None, False),
-    ],
-)
+@pytest.mark.parametrize("graph_type, name, states, nan_features, expected", [
+    ("feature", "close", None, None, True), ("aggregation", "close", {}, [], True),
+    ("feature", "close", {"root": 1}, None, False), ("feature", "close", None, ["close"], False),
+    ("feature", "open", None, None, False), ("rotation", "close", None, None, False),
+])
 def test_leaf_detector(graph_type, name, states, nan_features, expected):
     ctx = _context(np.ones((2, 2)))
     got = ee._can_use_leaf_fast_path(Node(graph_type, name), ctx, states, data_nan_features=nan_features)

@@ -20,10 +20,8 @@ def op(name, *args):
     (op("between", "f", 1.0), {"field": "f"}), (op("in_", "sector"), {"field": "sector"}),
     (op("between", 1.0, 2.0, 3.0), {"low": 1.0, "high": 2.0}),
     (op("in_", "sector", "tech", "energy"), {"field": "sector", "values": ["tech", "energy"]}),
-    (op("bottom_pct", "f", 1, 0.1), {"field": "f", "pct": 0.1}),
-    (op("top_n", "f", 1.0), {"field": "f"}),
-    (op("bottom_n", "f", 2.0, 3), {"field": "f", "n": 3}),
-    (op("custom", "f", 1.0), {}),
+    (op("bottom_pct", "f", 1, 0.1), {"field": "f", "pct": 0.1}), (op("top_n", "f", 1.0), {"field": "f"}),
+    (op("bottom_n", "f", 2.0, 3), {"field": "f", "n": 3}), (op("custom", "f", 1.0), {}),
 ])
 def test_params_by_operator(node, params):
     converted = ee._dict_to_filter_node(node)

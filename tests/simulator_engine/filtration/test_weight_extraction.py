@@ -21,12 +21,6 @@ def test_rows_follow_passing_ids_and_are_copies():
     assert pool["a"].weights[7, 0] == 7 * N_ALLOC
 
 
-@pytest.mark.parametrize("pool, columns", [(signals("a", shape=(T, 40)), 40), ({}, 0), (None, 0)])
-def test_no_passing_ids(pool, columns):
-    out = ee.extract_filtration_weights(pool, [], 0)
-    assert out.shape == (0, columns) and out.dtype == np.float64
-
-
 @pytest.mark.parametrize("t", [T, -1, 2**31 - 1])
 def test_row_out_of_bounds(t):
     with pytest.raises(IndexError, match=rf"^t={t} out of bounds for weights array with valid range \[0, {T}\)$"):

@@ -1,25 +1,17 @@
-import copy
-import pickle
-
 import pytest
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import EvaluationError, SchemaError
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import EvaluationError, FunctionGraphNode as Node, SchemaError
 
 
-@pytest.mark.parametrize(
-    "call, label",
-    [
-        (lambda n: ee._graph_has_field(n, "type"), "field-check"),
-        (lambda n: ee._require_graph_type_value(n, "root.c3"), "field-check"),
-        (lambda n: ee._graph_children(n), "children"),
-        (lambda n: ee._graph_config_dict(n), "config"),
-        (lambda n: ee._graph_cache_get(n, "_node_identities"), "cache"),
-        (lambda n: ee._graph_cache_set(n, "_node_identities", {}), "cache"),
-        (lambda n: ee._require_graph_node_instance(n, "root.c1"), "root.c1"),
-    ],
-)
+@pytest.mark.parametrize("call, label", [
+    (lambda n: ee._graph_has_field(n, "type"), "field-check"),
+    (lambda n: ee._require_graph_type_value(n, "root.c3"), "field-check"),
+    (ee._graph_children, "children"), (ee._graph_config_dict, "config"),
+    (lambda n: ee._graph_cache_get(n, "_node_identities"), "cache"),
+    (lambda n: ee._graph_cache_set(n, "_node_identities", {}), "cache"),
+    (lambda n: ee._require_graph_node_instance(n, "root.c1"), "root.c1"),
+])
 def test_non_nodes_are_rejected_with_the_accessor_label(call, label):
     with pytest.raises(SchemaError) as err:
         call({"type": "feature", "node": "close"})
@@ -36,39 +28,6 @@ def test_missing_required_field_names_path_and_key(field):
     assert str(err.value) == f"Graph node 'root.c1' missing required key: {field}"
 
 
-def test_required_field_returns_none_values_unchanged():
-    assert ee._require_graph_field(Node("feature", None), "node", "root") is None
-
-
-@pytest.mark.parametrize("children", [None, []])
-def test_absent_or_empty_children_read_as_new_list(children):
-    node = Node("feature", "x", children=children)
-    first, second = ee._graph_children(node), ee._graph_children(node)
-    assert first == [] and first is not second
-
-
-def test_children_are_returned_as_stored():
-    kids = [Node("feature", "x")]
-    assert ee._graph_children(Node("rotation", "f", kids)) is kids
-
-
-def test_config_is_a_shallow_copy():
-    config = {"window": 5}
-    node = Node("rotation", "f", config=config)
-    copy_ = ee._graph_config_dict(node)
-    copy_["window"] = 6
-    assert config == {"window": 5}
-    assert ee._graph_config_dict(Node("rotation", "f")) == {}
-
-
-def test_cache_slots_read_none_until_written():
-    node = Node("feature", "x")
-    assert not hasattr(node, "_state_identity")
-    assert ee._graph_cache_get(node, "_collect_nodes_cache") is None
-    ee._graph_cache_set(node, "_collect_nodes_cache", {"k": 1})
-    assert ee._graph_cache_get(node, "_collect_nodes_cache") == {"k": 1}
-
-
 def test_cache_write_refused_by_node_type_is_dropped():
     class Frozen(Node):
         def __setattr__(self, key, value):
@@ -80,11 +39,3 @@ def test_cache_write_refused_by_node_type_is_dropped():
     ee._graph_cache_set(node, "_node_identities", {"root": "x"})
     assert ee._graph_cache_get(node, "_node_identities") is None
     assert ee.generate_node_identities(node) == {"root": "x"}
-
-
-def test_nodes_copy_and_pickle():
-    tree = Node("rotation", "f", [Node("feature", "x")], config={"w": 1}, canonical_id="c1")
-    for clone in (copy.deepcopy(tree), pickle.loads(pickle.dumps(tree))):
-        assert clone is not tree and clone != tree
-        assert (clone.type, clone.node, clone.config, clone.canonical_id) == ("rotation", "f", {"w": 1}, "c1")
-        assert clone.children[0].node == "x"

@@ -1,22 +1,13 @@
 import pytest
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import EvaluationError, SchemaError
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import EvaluationError, FunctionGraphNode as Node, SchemaError
 
 
-def _tree():
-    return Node("rotation", "combine", [Node("feature", "close"), Node("rotation", "f", [Node("int", 5)])])
-
-
-def test_identity_map_is_pre_order():
-    ids = ee.generate_node_identities(_tree())
-    assert list(ids.items()) == [("root", "combine"), ("root.c0", "close"), ("root.c1", "f"), ("root.c1.c0", 5)]
-
-
-def test_identity_map_is_memoised_until_invalidated():
-    tree = _tree()
+def test_identity_map_is_pre_order_and_memoised_until_invalidated():
+    tree = Node("rotation", "combine", [Node("feature", "close"), Node("rotation", "f", [Node("int", 5)])])
     first = ee.generate_node_identities(tree)
+    assert list(first.items()) == [("root", "combine"), ("root.c0", "close"), ("root.c1", "f"), ("root.c1.c0", 5)]
     assert ee.generate_node_identities(tree) is first
     ee.invalidate_graph_evaluation_caches(tree)
     assert tree._node_identities is None and tree.children[1]._collect_nodes_cache is None
@@ -24,24 +15,18 @@ def test_identity_map_is_memoised_until_invalidated():
     assert second == first and second is not first
 
 
-@pytest.mark.parametrize("value", [{"type": "feature"}, 3, None])
-def test_invalidation_ignores_non_nodes(value):
-    assert ee.invalidate_graph_evaluation_caches(value) is None
-
-
-def test_plain_mapping_child_fails_at_first_type_read():
-    tree = Node("rotation", "f", [Node("feature", "a"), {"type": "feature", "node": "b"}])
-    with pytest.raises(SchemaError) as err:
-        ee._annotate_state_identities(tree)
-    assert str(err.value) == "Graph node 'field-check' must be FunctionGraphNode; got dict"
-
-
-def test_missing_type_names_the_node_identity():
-    child = Node("feature", "b")
-    del child.type
-    with pytest.raises(EvaluationError) as err:
-        ee._annotate_state_identities(Node("rotation", "f", [Node("feature", "a"), child]))
-    assert str(err.value) == "Graph node 'root.c1' missing required key: type"
+def test_malformed_graphs_raise():
+    mapping_child = Node("rotation", "f", [Node("feature", "a"), {"type": "feature", "node": "b"}])
+    with pytest.raises(SchemaError, match=r"^Graph node 'field-check' must be FunctionGraphNode; got dict$"):
+        ee._annotate_state_identities(mapping_child)
+    untyped = Node("feature", "b")
+    del untyped.type
+    with pytest.raises(EvaluationError, match=r"^Graph node 'root.c1' missing required key: type$"):
+        ee._annotate_state_identities(Node("rotation", "f", [Node("feature", "a"), untyped]))
+    cyclic = Node("rotation", "f")
+    cyclic.children = [cyclic]
+    with pytest.raises(RecursionError):
+        ee.generate_node_identities(cyclic)
 
 
 def test_state_identities_stamp_function_nodes_only():
@@ -53,10 +38,3 @@ def test_state_identities_stamp_function_nodes_only():
     assert not hasattr(literal, "_state_identity")
     ee.invalidate_graph_evaluation_caches(root)
     assert inner._state_identity == "root.c0"
-
-
-def test_cyclic_graph_raises_recursion_error():
-    node = Node("rotation", "f")
-    node.children = [node]
-    with pytest.raises(RecursionError):
-        ee.generate_node_identities(node)

@@ -1,24 +1,19 @@
+from types import SimpleNamespace
+
 import numpy as np
 import pytest
 
 from quillmarsh.simulator_engine._combine import combine_signal_and_transforms, resolve_stage_option
-from quillmarsh.simulator_engine._types import FunctionGraphNode, TransformStage
+from quillmarsh.simulator_engine._graph_helpers import extract_feature_leaf_names
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, TransformStage
 
 STAGE = TransformStage(name="gross", function_name="cross_sectional_scale_c81f06", default=1.0)
 
 
-class Context:
-    pool_id = "pool_a"
-
-
 @pytest.mark.parametrize("metaparameters, pool_id, expected", [
-    (None, "pool_a", 1.0),
-    ({}, "pool_a", 1.0),
-    ({"gross": 2.0, "pool_a": {"gross": 3.0}}, "pool_a", 2.0),
-    ({"gross": None}, "pool_a", None),
-    ({"pool_a": {"gross": 3.0}}, "pool_a", 3.0),
-    ({"pool_a": {"gross": 3.0}}, None, 1.0),
-    ({"pool_a": {"other": 3.0}}, "pool_a", 1.0),
+    (None, "pool_a", 1.0), ({}, "pool_a", 1.0), ({"gross": 2.0, "pool_a": {"gross": 3.0}}, "pool_a", 2.0),
+    ({"gross": None}, "pool_a", None), ({"pool_a": {"gross": 3.0}}, "pool_a", 3.0),
+    ({"pool_a": {"gross": 3.0}}, None, 1.0), ({"pool_a": {"other": 3.0}}, "pool_a", 1.0),
     ({"pool_a": 3.0}, "pool_a", 1.0),
 ])
 def test_stage_option_precedence(metaparameters, pool_id, expected):
@@ -30,19 +25,18 @@ def test_stage_option_precedence(metaparameters, pool_id, expected):
     ("gross_returns", "string", "gross_returns"), (True, "bool", True),
 ])
 def test_option_becomes_a_literal_of_its_type(option, literal_type, literal_value):
-    graph = FunctionGraphNode("feature", "close")
+    graph = Node("feature", "close")
     root = combine_signal_and_transforms(graph, [STAGE], {"gross": option}, None, None)
     assert (root.type, root.node, root.children[0]) == ("rotation", STAGE.function_name, graph)
     literal = root.children[1]
-    assert (literal.type, literal.node, type(literal.node)) == \
-        (literal_type, literal_value, type(literal_value))
+    assert (literal.type, literal.node, type(literal.node)) == (literal_type, literal_value, type(literal_value))
 
 
 def test_stages_wrap_the_graph_in_order():
-    graph = FunctionGraphNode("feature", "close")
+    graph = Node("feature", "close")
     pipeline = [TransformStage("centre", "cross_sectional_demean_5e2a7c"), STAGE]
     metaparameters = {"pool_a": {"gross": 4.0}}
-    root = combine_signal_and_transforms(graph, pipeline, metaparameters, None, Context())
+    root = combine_signal_and_transforms(graph, pipeline, metaparameters, None, SimpleNamespace(pool_id="pool_a"))
     inner = root.children[0]
     assert [c.node for c in root.children] == [inner.node, 4.0]
     assert inner.node == "cross_sectional_demean_5e2a7c" and inner.children == [graph]
@@ -50,7 +44,17 @@ def test_stages_wrap_the_graph_in_order():
 
 
 def test_no_stages_keep_the_graph_and_odd_options_are_refused():
-    graph = FunctionGraphNode("feature", "close")
+    graph = Node("feature", "close")
     assert combine_signal_and_transforms(graph, None, None, None, None) is graph
     with pytest.raises(TypeError, match="'gross' option"):
         combine_signal_and_transforms(graph, [STAGE], {"gross": [1.0]}, None, None)
+
+
+def test_feature_leaves_unique_in_preorder():
+    graph = Node("rotation", "numerical_combine_d65e04", [
+        Node("rotation", "latitudinal_rank_688068", [Node("feature", "volume")]),
+        Node("rotation", "longitudinal_accumulators_25c7fb", [
+            Node("aggregation", "sector_close"), Node("int", 20), Node("feature", "volume")]),
+        Node("feature", "close", None),
+    ])
+    assert extract_feature_leaf_names(graph) == ["volume", "sector_close", "close"]

@@ -3,24 +3,16 @@ import numpy as np
 import pytest
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
-from quillmarsh.simulator_engine._types import UsefulSignal
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, UsefulSignal
+
+from ..evaluator.general_fakes import Fn
 
 T, N = 3, 2
 
 
-class Const:
-    """Returns a fixed row whatever its inputs; records how often it ran."""
-
-    stateful = False
-
-    def __init__(self, value=5.0):
-        self.value = value
-        self.calls = 0
-
-    def __call__(self, *args):
-        self.calls += 1
-        return np.full(N, self.value)
+def const(value=5.0):
+    """A stateless instance returning a fixed row whatever its inputs; `calls` records its runs."""
+    return Fn(lambda *args: np.full(N, value))
 
 
 def _context(**features):
@@ -33,68 +25,54 @@ def _context(**features):
 
 FINITE = np.ones((T, N))
 ALL_NAN = np.full((T, N), np.nan)
+MIXED = np.array([[np.nan, np.nan], [1.0, np.nan], [np.nan, np.nan]])
 
 
 def _evaluate(graph, ctx, instances, **kwargs):
     return ee.evaluate(graph, ctx, bound_function_instances=instances, **kwargs)
 
 
-@pytest.mark.parametrize("other, marked", [(FINITE, False), (ALL_NAN, True)])
-def test_function_over_a_named_leaf_is_marked_only_when_all_children_are_nan(other, marked):
+@pytest.mark.parametrize("other, nan_rows", [(FINITE, []), (ALL_NAN, [0, 1, 2]), (MIXED, [0, 2])])
+def test_function_over_a_marked_leaf_is_emptied_on_rows_where_all_its_children_are_nan(other, nan_rows):
     graph = Node("rotation", "f", [Node("feature", "close"), Node("feature", "other")])
-    out = _evaluate(graph, _context(close=FINITE, other=other), {"root": Const()}, data_nan_features=["close"])
-    assert ("root" in out.nan_source) is marked
+    out = _evaluate(graph, _context(close=FINITE, other=other), {"root": const()}, data_nan_features=["close"])
+    assert out.nan_source.get("root") == ("data_nan" if nan_rows else None)
     assert out.nan_source["root.c0"] == "data_nan" and "root.c1" not in out.nan_source
-    np.testing.assert_array_equal(np.isnan(out.weights), np.full((T, N), marked))
+    expected = np.full((T, N), 5.0)
+    expected[nan_rows] = np.nan
+    np.testing.assert_array_equal(out.weights, expected)
     np.testing.assert_array_equal(out.node_outputs["root.c0"], ALL_NAN)
 
 
 def test_all_nan_children_without_a_mark_leave_the_output_alone():
     graph = Node("rotation", "f", [Node("feature", "close")])
-    out = _evaluate(graph, _context(close=ALL_NAN, unused=FINITE), {"root": Const()}, data_nan_features=["unused"])
+    out = _evaluate(graph, _context(close=ALL_NAN, unused=FINITE), {"root": const()}, data_nan_features=["unused"])
     assert out.nan_source == {}
     np.testing.assert_array_equal(out.weights, np.full((T, N), 5.0))
 
 
 def test_marks_spread_up_a_chain_and_stay():
-    close = FINITE.copy()
     graph = Node("rotation", "g", [Node("rotation", "f", [Node("feature", "close")])])
-    g = Const(7.0)
-    out = _evaluate(graph, _context(close=close), {"root": g, "root.c0": Const()}, data_nan_features=["close"])
+    g = const(7.0)
+    out = _evaluate(graph, _context(close=FINITE), {"root": g, "root.c0": const()}, data_nan_features=["close"])
     assert out.nan_source == {"root.c0.c0": "data_nan", "root.c0": "data_nan", "root": "data_nan"}
-    assert np.isnan(out.weights).all() and g.calls == T
+    assert np.isnan(out.weights).all() and len(g.calls) == T
 
 
-def test_marked_node_is_replaced_again_only_when_its_children_are_all_nan():
-    other = np.array([[np.nan, np.nan], [1.0, np.nan], [np.nan, np.nan]])
-    graph = Node("rotation", "f", [Node("feature", "close"), Node("feature", "other")])
-    out = _evaluate(graph, _context(close=FINITE, other=other), {"root": Const()}, data_nan_features=["close"])
-    assert out.nan_source["root"] == "data_nan"
-    np.testing.assert_array_equal(out.weights, [[np.nan] * 2, [5.0] * 2, [np.nan] * 2])
-
-
-def test_precomputed_tag_seeds_tracking_and_spreads():
+@pytest.mark.parametrize("tag, marked", [("data_nan", True), ("stale", False), (None, False)])
+def test_only_a_data_nan_tag_on_a_precomputed_node_seeds_tracking(tag, marked):
     inner = Node("rotation", "f", [Node("feature", "close")], canonical_id="cid-f")
     ctx = _context(close=FINITE)
     ctx._precomputed_node_outputs = {"cid-f": np.full(N, np.nan)}
-    ctx._precomputed_node_nan_source = {"cid-f": "data_nan"}
-    out = _evaluate(Node("rotation", "g", [inner]), ctx, {"root": Const(), "root.c0": Const()})
-    assert out.nan_source == {"root.c0": "data_nan", "root": "data_nan"}
-    assert np.isnan(out.weights).all()
-
-
-@pytest.mark.parametrize("tag", ["stale", None])
-def test_other_precomputed_tags_do_not_mark(tag):
-    inner = Node("feature", "close", canonical_id="cid-c")
-    ctx = _context(close=ALL_NAN)
-    ctx._precomputed_node_nan_source = {"cid-c": tag}
-    out = _evaluate(Node("rotation", "g", [inner]), ctx, {"root": Const()})
-    assert out.nan_source == {}
+    ctx._precomputed_node_nan_source = {"cid-f": tag}
+    out = _evaluate(Node("rotation", "g", [inner]), ctx, {"root": const(), "root.c0": const()})
+    assert out.nan_source == ({"root.c0": "data_nan", "root": "data_nan"} if marked else {})
+    np.testing.assert_array_equal(out.weights, np.full((T, N), np.nan if marked else 5.0))
 
 
 def test_reduction_without_data_children_is_never_marked_but_counts_as_nan_child():
     ctx = _context(close=FINITE)
     ctx.useful_signals = {"a": UsefulSignal(weights=ALL_NAN)}
     graph = Node("rotation", "f", [Node("feature", "close"), Node("reduction", "r")])
-    out = _evaluate(graph, ctx, {"root": Const(), "root.c1": Const()}, data_nan_features=["close"])
+    out = _evaluate(graph, ctx, {"root": const(), "root.c1": const()}, data_nan_features=["close"])
     assert out.nan_source == {"root.c0": "data_nan", "root": "data_nan"}
