@@ -1,5 +1,6 @@
 """Whatever Python hands the engine, it answers with a Python error, never a crash."""
 import itertools
+import sys
 
 import numpy as np
 import pytest
@@ -48,3 +49,31 @@ def test_evaluate_survives_inconsistent_contexts(graph, changes):
         ee.evaluate(graph, ee.EvaluationContext(**fields, validate_inputs=False), data_nan_features=None)
     except Exception:
         pass
+
+
+
+@pytest.fixture
+def recursion_limit_400():
+    before = sys.getrecursionlimit()
+    sys.setrecursionlimit(400)
+    yield
+    sys.setrecursionlimit(before)
+
+
+def _rank_chain(depth):
+    graph = Node("feature", "x")
+    for _ in range(depth):
+        graph = Node("rotation", "latitudinal_rank_688068", [graph])
+    return graph
+
+
+@pytest.mark.parametrize("walk", [
+    ee.generate_node_identities,
+    lambda graph: ee._compute_graph_warmup_rows(graph, default_registry()),
+    lambda graph: ee.evaluate(graph, ee.EvaluationContext([np.ones((2, 2))], {"x": 0}, universe=np.ones((2, 2)),
+                                                          registry=default_registry())),
+])
+def test_graph_walks_stop_at_the_recursion_limit(walk, recursion_limit_400):
+    walk(_rank_chain(300))
+    with pytest.raises(RecursionError):
+        walk(_rank_chain(500))

@@ -72,10 +72,25 @@ nb::object frozenset_of(std::initializer_list<const char*> names) {
     return nb::steal(out);
 }
 
+namespace {
+thread_local int guarded_walk_depth = 0;  // nesting of RecursionGuards on this thread
+}  // namespace
+
 RecursionGuard::RecursionGuard(const char* where) {
+    // Python's own limit on C recursion (10,000 levels) assumes small frames; a
+    // walk's frames are larger, so the walks stop at the interpreter's
+    // recursion limit, as a recursive walk written in Python would.
+    if (guarded_walk_depth >= Py_GetRecursionLimit()) {
+        PyErr_Format(PyExc_RecursionError, "maximum recursion depth exceeded%s", where);
+        throw nb::python_error();
+    }
     if (Py_EnterRecursiveCall(where) != 0) throw nb::python_error();
+    ++guarded_walk_depth;
 }
 
-RecursionGuard::~RecursionGuard() { Py_LeaveRecursiveCall(); }
+RecursionGuard::~RecursionGuard() {
+    --guarded_walk_depth;
+    Py_LeaveRecursiveCall();
+}
 
 }  // namespace qm

@@ -45,8 +45,8 @@ nb::list list_of(nb::handle iterable);
 // A new frozenset of the given strings.
 nb::object frozenset_of(std::initializer_list<const char*> names);
 
-// Guards a recursive walk over caller-built trees: a cycle or an absurdly deep
-// tree raises RecursionError instead of exhausting the C stack.
+// Guards a recursive walk over caller-built trees: a cycle or a tree deeper than
+// sys.getrecursionlimit() raises RecursionError instead of exhausting the C stack.
 class RecursionGuard {
 public:
     explicit RecursionGuard(const char* where);
