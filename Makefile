@@ -7,7 +7,7 @@ PY := $(VENV)/bin/python
 SOURCES := $(shell find src -name '*.py' -o -name '*.cpp' -o -name '*.hpp') CMakeLists.txt pyproject.toml
 HYPOTHESIS_PROFILE ?= dev
 
-.PHONY: all install test demo bench clean
+.PHONY: all install test test-sanitized demo bench clean
 
 all: install
 
@@ -25,6 +25,15 @@ install: $(VENV)/.installed
 
 test: install
 	HYPOTHESIS_PROFILE=$(HYPOTHESIS_PROFILE) $(PY) -m pytest tests
+
+# The test suite against an engine built with address and undefined-behaviour
+# sanitizers; the next `make install` puts the release build back.
+SANITIZER_LIBS = $(shell gcc -print-file-name=libasan.so) $(shell gcc -print-file-name=libubsan.so)
+test-sanitized: $(VENV)/.deps
+	rm -f $(VENV)/.installed
+	$(PY) -m pip install -q --no-build-isolation --no-deps -C cmake.define.QUILLMARSH_SANITIZE=ON -C build-dir=build/sanitized .
+	LD_PRELOAD="$(SANITIZER_LIBS)" ASAN_OPTIONS=detect_leaks=0 UBSAN_OPTIONS=print_stacktrace=1:halt_on_error=1 \
+		HYPOTHESIS_PROFILE=$(HYPOTHESIS_PROFILE) $(PY) -m pytest tests
 
 demo: install
 	$(VENV)/bin/quillmarsh demo
