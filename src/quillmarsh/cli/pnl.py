@@ -28,14 +28,13 @@ def unit_gross(weights: np.ndarray) -> np.ndarray:
     return np.divide(positions, gross, out=np.zeros_like(positions), where=gross > 0)
 
 
-def next_day_pnl(weights: np.ndarray, returns: np.ndarray) -> np.ndarray:
-    positions = unit_gross(weights)[:-1]
-    return (positions * np.nan_to_num(returns[1:], nan=0.0)).sum(axis=1)
+def next_day_pnl(positions: np.ndarray, returns: np.ndarray) -> np.ndarray:
+    """PnL of unit-gross `positions` (see unit_gross) held from each day to the next."""
+    return (positions[:-1] * np.nan_to_num(returns[1:], nan=0.0)).sum(axis=1)
 
 
-def turnover(weights: np.ndarray) -> float:
-    """Mean daily traded fraction of gross exposure, over days with positions on both sides."""
-    positions = unit_gross(weights)
+def turnover(positions: np.ndarray) -> float:
+    """Mean daily traded fraction of unit-gross `positions`, over days invested on both sides."""
     invested = np.abs(positions).sum(axis=1) > 0
     both = invested[1:] & invested[:-1]
     if not both.any():
@@ -54,5 +53,6 @@ def sharpe(pnl: np.ndarray) -> float:
 
 def signal_stats(weights: np.ndarray, returns: np.ndarray) -> SignalStats:
     weights = np.asarray(weights, dtype=np.float64)
-    pnl = next_day_pnl(weights, returns)
-    return SignalStats(float(np.isnan(weights).mean()), turnover(weights), sharpe(pnl), pnl)
+    positions = unit_gross(weights)
+    pnl = next_day_pnl(positions, returns)
+    return SignalStats(float(np.isnan(weights).mean()), turnover(positions), sharpe(pnl), pnl)
