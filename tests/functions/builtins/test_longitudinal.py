@@ -3,8 +3,7 @@ import pickle
 
 import numpy as np
 import pytest
-from hypothesis import given
-from hypothesis import strategies as st
+from hypothesis import given, strategies as st
 from hypothesis.extra.numpy import arrays
 
 from quillmarsh._reference.rolling import rolling_reference
@@ -41,8 +40,7 @@ def assert_bitwise_equal(actual, expected):
     assert actual.dtype == np.float64 and actual.shape == expected.shape
     missing = np.isnan(expected)
     np.testing.assert_array_equal(np.isnan(actual), missing)
-    np.testing.assert_array_equal(actual[~missing].view(np.uint64),
-                                  expected[~missing].view(np.uint64))
+    np.testing.assert_array_equal(actual[~missing].view(np.uint64), expected[~missing].view(np.uint64))
 
 
 @pytest.mark.parametrize("name", NAMES)
@@ -55,29 +53,27 @@ def test_fresh_instance_reproduces_rolling_kernel(name, case):
     np.testing.assert_array_equal(data, original)
 
 
+def run_resumed(name, data, window, cut, edit_state):
+    """Runs data[:cut] on one instance and the rest on a second restored from the first's edited saved state."""
+    registry = default_registry()
+    first = registry.create_instance(name, window=window)
+    head = run_rows(first, data[:cut])
+    saved = FunctionState(function_name=name, function_version="1", data=edit_state(first.get_state()))
+    resumed = registry.create_instance_from_state(name, saved, window=window)
+    return np.vstack([head, run_rows(resumed, data[cut:])])
+
+
 @pytest.mark.parametrize("name", NAMES)
 @given(case=rolling_inputs(), split=st.floats(0, 1))
 def test_restored_instance_continues_one_uninterrupted_run(name, case, split):
     data, window = case
     cut = int(split * data.shape[0])
-    registry = default_registry()
-    first = registry.create_instance(name, window=window)
-    head = run_rows(first, data[:cut])
-    saved = first.get_state()
-    assert saved["count"] == cut and saved["window"] == window
-    payload = pickle.loads(pickle.dumps(copy.deepcopy(saved)))
-    resumed = registry.create_instance_from_state(
-        name, FunctionState(function_name=name, function_version="1", data=payload), window=window)
-    tail = run_rows(resumed, data[cut:])
-    assert_bitwise_equal(np.vstack([head, tail]), rolling_reference(data, window, name))
 
+    def pickled(saved):
+        assert saved["count"] == cut and saved["window"] == window
+        return pickle.loads(pickle.dumps(copy.deepcopy(saved)))
 
-@pytest.mark.parametrize("name, expected", [(ROLLING_MEAN, 5.0), (ROLLING_STD, 2.0),
-                                            (ROLLING_ZSCORE, 2.0)])
-def test_hand_checked_window(name, expected):
-    column = np.array([[2.0], [4.0], [4.0], [4.0], [5.0], [5.0], [7.0], [9.0]])
-    cells = run_rows(default_registry().create_instance(name, window=8), column)
-    assert np.isnan(cells[:7]).all() and cells[7, 0] == expected
+    assert_bitwise_equal(run_resumed(name, data, window, cut, pickled), rolling_reference(data, window, name))
 
 
 def test_state_is_a_copy_of_the_running_sums():
@@ -100,14 +96,9 @@ def test_window_must_be_a_positive_integer_matching_the_state(window, error):
 
 def test_restores_from_arrays_of_any_layout_and_byte_order():
     data = np.arange(1.0, 25.0).reshape(8, 3) ** 1.5
-    registry = default_registry()
-    first = registry.create_instance(ROLLING_ZSCORE, window=3)
-    head = run_rows(first, data[:5])
-    saved = first.get_state()
-    saved["ring"] = np.asfortranarray(saved["ring"])
-    saved["nan_in_window"] = saved["nan_in_window"].astype(">i8")
-    saved["prefix_sum"] = np.repeat(saved["prefix_sum"], 2)[::2]
-    resumed = registry.create_instance_from_state(
-        ROLLING_ZSCORE, FunctionState(ROLLING_ZSCORE, "1", saved), window=3)
-    tail = run_rows(resumed, data[5:])
-    assert_bitwise_equal(np.vstack([head, tail]), rolling_reference(data, 3, ROLLING_ZSCORE))
+
+    def relaid(saved):
+        return {**saved, "ring": np.asfortranarray(saved["ring"]), "prefix_sum": np.repeat(saved["prefix_sum"], 2)[::2],
+                "nan_in_window": saved["nan_in_window"].astype(">i8")}
+
+    assert_bitwise_equal(run_resumed(ROLLING_ZSCORE, data, 3, 5, relaid), rolling_reference(data, 3, ROLLING_ZSCORE))

@@ -1,7 +1,6 @@
 import numpy as np
 import pytest
-from hypothesis import given
-from hypothesis import strategies as st
+from hypothesis import given, strategies as st
 from hypothesis.extra.numpy import arrays
 
 from quillmarsh.functions.registry import default_registry

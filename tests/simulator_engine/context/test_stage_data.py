@@ -1,11 +1,10 @@
 import numpy as np
-import pytest
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, StageData, TransformStage
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, StageData
 
 
-def _context(stage_values=None, **kwargs):
+def _context(stage_values, **kwargs):
     features = [np.zeros((4, 3)) for _ in range(3)]
     index = {"a": 0, "b": 1, "c": 2}
     return ee.EvaluationContext(features, index, stage_data=StageData(stage_values), **kwargs)
@@ -31,14 +30,3 @@ def test_attached_leaf_evaluates_through_the_engine():
     ctx = _context({"depth": np.full((4, 3), 2.0)}, universe=np.ones((4, 3)))
     weights, _ = ee.evaluate(Node("feature", "depth"), ctx)
     np.testing.assert_array_equal(weights, np.full((4, 3), 2.0))
-
-
-@pytest.mark.parametrize("metaparameters, pool_id, expected", [
-    ({"scale": 2.0, "pool_a": {"scale": 3.0}}, "pool_a", 2.0), ({"scale": None}, None, None),
-    ({"pool_a": {"scale": 3.0}}, "pool_a", 3.0), ({"pool_a": "scale"}, "pool_a", "dflt"),
-    ({"pool_a": {"scale": 3.0}}, None, "dflt"),
-])
-def test_resolve_stage_option(metaparameters, pool_id, expected):
-    ctx = _context(metaparameters=metaparameters, pool_id=pool_id)
-    stage = TransformStage(name="scale", function_name="g", default="dflt")
-    assert ee._resolve_stage_option(ctx, stage) == expected

@@ -1,7 +1,6 @@
 """End-to-end evaluations with the default registry's built-in functions."""
 import numpy as np
-from hypothesis import given
-from hypothesis import strategies as st
+from hypothesis import given, strategies as st
 
 from quillmarsh._reference.rank import rank_rows_reference
 from quillmarsh._reference.rolling import rolling_reference

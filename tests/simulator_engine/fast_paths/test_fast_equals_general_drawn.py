@@ -1,7 +1,6 @@
 """Drawn data: every fast path gives exactly the general evaluator's cells, NaN positions included."""
 import numpy as np
-from hypothesis import given
-from hypothesis import strategies as st
+from hypothesis import given, strategies as st
 
 from quillmarsh.functions.registry import default_registry
 from quillmarsh.simulator_engine import expression_evaluator as ee

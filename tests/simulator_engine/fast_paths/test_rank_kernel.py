@@ -1,7 +1,6 @@
 import numpy as np
 import pytest
-from hypothesis import given, settings
-from hypothesis import strategies as st
+from hypothesis import given, strategies as st
 from hypothesis.extra import numpy as hnp
 
 from quillmarsh._reference.rank import rank_rows_reference
@@ -41,7 +40,6 @@ def test_bad_shapes_raise_value_error(data, universe):
 _values = st.one_of(st.sampled_from([nan, inf, -inf, 0.0, -0.0, 1.0, 2.0]), st.floats(allow_nan=False))
 
 
-@settings(deadline=None)
 @given(shape=st.tuples(st.integers(0, 6), st.sampled_from([1, 5, 40, 300])), data=st.data())
 def test_matches_the_reference(shape, data):
     # 300 columns take the radix sort, fewer the comparison sort.

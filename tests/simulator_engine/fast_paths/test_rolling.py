@@ -1,7 +1,6 @@
 import numpy as np
 import pytest
-from hypothesis import given, settings
-from hypothesis import strategies as st
+from hypothesis import given, strategies as st
 from hypothesis.extra import numpy as hnp
 
 from quillmarsh._reference.rolling import rolling_reference
@@ -50,7 +49,6 @@ _cells = st.one_of(st.just(3.0), st.just(nan), st.sampled_from([inf, -inf, 0.0, 
                    st.floats(allow_nan=False, allow_infinity=False))
 
 
-@settings(deadline=None)
 @given(data=hnp.arrays(np.float64, st.tuples(st.integers(0, 45), st.integers(1, 4)), elements=_cells),
        window=st.sampled_from([1, 2, 3, 8, 20]), name=st.sampled_from(NAMES))
 def test_matches_the_long_double_reference_bit_for_bit(data, window, name):

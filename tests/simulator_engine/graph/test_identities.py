@@ -23,10 +23,6 @@ def test_malformed_graphs_raise():
     del untyped.type
     with pytest.raises(EvaluationError, match=r"^Graph node 'root.c1' missing required key: type$"):
         ee._annotate_state_identities(Node("rotation", "f", [Node("feature", "a"), untyped]))
-    cyclic = Node("rotation", "f")
-    cyclic.children = [cyclic]
-    with pytest.raises(RecursionError):
-        ee.generate_node_identities(cyclic)
 
 
 def test_state_identities_stamp_function_nodes_only():

@@ -3,6 +3,7 @@ from types import SimpleNamespace
 import numpy as np
 import pytest
 
+from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._combine import combine_signal_and_transforms, resolve_stage_option
 from quillmarsh.simulator_engine._graph_helpers import extract_feature_leaf_names
 from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, TransformStage
@@ -14,10 +15,12 @@ STAGE = TransformStage(name="gross", function_name="cross_sectional_scale_c81f06
     (None, "pool_a", 1.0), ({}, "pool_a", 1.0), ({"gross": 2.0, "pool_a": {"gross": 3.0}}, "pool_a", 2.0),
     ({"gross": None}, "pool_a", None), ({"pool_a": {"gross": 3.0}}, "pool_a", 3.0),
     ({"pool_a": {"gross": 3.0}}, None, 1.0), ({"pool_a": {"other": 3.0}}, "pool_a", 1.0),
-    ({"pool_a": 3.0}, "pool_a", 1.0),
+    ({"pool_a": "gross"}, "pool_a", 1.0),
 ])
-def test_stage_option_precedence(metaparameters, pool_id, expected):
+def test_host_and_engine_agree_on_stage_option_precedence(metaparameters, pool_id, expected):
     assert resolve_stage_option(metaparameters, pool_id, STAGE) == expected
+    context = SimpleNamespace(metaparameters=metaparameters or {}, pool_id=pool_id)
+    assert ee._resolve_stage_option(context, STAGE) == expected
 
 
 @pytest.mark.parametrize("option, literal_type, literal_value", [
@@ -51,10 +54,7 @@ def test_no_stages_keep_the_graph_and_odd_options_are_refused():
 
 
 def test_feature_leaves_unique_in_preorder():
-    graph = Node("rotation", "numerical_combine_d65e04", [
-        Node("rotation", "latitudinal_rank_688068", [Node("feature", "volume")]),
-        Node("rotation", "longitudinal_accumulators_25c7fb", [
-            Node("aggregation", "sector_close"), Node("int", 20), Node("feature", "volume")]),
-        Node("feature", "close", None),
-    ])
+    mean = Node("rotation", "mean", [Node("aggregation", "sector_close"), Node("int", 20), Node("feature", "volume")])
+    rank = Node("rotation", "rank", [Node("feature", "volume")])
+    graph = Node("rotation", "mul", [rank, mean, Node("feature", "close")])
     assert extract_feature_leaf_names(graph) == ["volume", "sector_close", "close"]
