@@ -19,8 +19,7 @@ def arrays() -> dict:
     universe = np.ones((60, 8))
     universe[:15, 0] = 0.0
     universe[40:, 3] = np.nan
-    return {"close": close, "volume": rng.lognormal(10.0, 1.0, (60, 8)), "returns": returns,
-            "universe": universe}
+    return {"close": close, "volume": rng.lognormal(10.0, 1.0, (60, 8)), "returns": returns, "universe": universe}
 
 
 @pytest.fixture

@@ -45,8 +45,7 @@ def test_states_file_from_another_graph(quillmarsh, user_error, tmp_path, market
 
 def test_file_that_is_not_a_states_file(quillmarsh, user_error, tmp_path, market_file):
     (tmp_path / "s.pkl").write_bytes(pickle.dumps({"something": "else"}))
-    completed = quillmarsh("evaluate", "close", "--data", market_file, "--out", "w.npy",
-                           "--states-in", "s.pkl")
+    completed = quillmarsh("evaluate", "close", "--data", market_file, "--out", "w.npy", "--states-in", "s.pkl")
     user_error(completed, "s.pkl is not a quillmarsh states file")
 
 

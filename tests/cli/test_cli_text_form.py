@@ -23,8 +23,7 @@ def test_literal_kinds_and_configuration():
 
 def test_functions_reductions_and_filter_operators_get_their_node_kinds():
     graph = parse("pool_pnl_weighted(filtration(gt('sharpe', 0.5)), rank(close), window=20)")
-    assert graph["type"] == "reduction"
-    assert [child["type"] for child in graph["children"]] == ["filtration", "rotation"]
+    assert graph["type"] == "reduction" and [child["type"] for child in graph["children"]] == ["filtration", "rotation"]
     assert graph["children"][0]["children"][0]["type"] == "gt"
     assert graph["children"][1]["children"] == [{"type": "feature", "node": "close"}]
 
@@ -32,24 +31,19 @@ def test_functions_reductions_and_filter_operators_get_their_node_kinds():
 @pytest.mark.parametrize("alias, name", [
     ("rank(close) * rank(volume)", "numerical_combine_d65e04(latitudinal_rank_688068(close), "
                                    "latitudinal_rank_688068(volume))"),
-    ("mean(x, 5)", "longitudinal_accumulators_25c7fb(x, 5)"),
-    ("a * b", "mul(a, b)"),
+    ("mean(x, 5)", "longitudinal_accumulators_25c7fb(x, 5)"), ("a * b", "mul(a, b)"),
 ])
 def test_aliases_and_registry_names_agree(alias, name):
     assert parse(alias) == parse(name)
 
 
 @pytest.mark.parametrize("text", [
-    "rank(close) * rank(volume)",
-    "a * (b * c) * (d * e)",
-    "zscore(mean(returns, 5), 60)",
-    "pool_mean(filtration(or_(gt('sharpe', 0.5), lt('turnover', 1.0))))",
-    "scale(demean(x), -2.0, target=0.5)",
+    "rank(close) * rank(volume)", "a * (b * c) * (d * e)", "zscore(mean(returns, 5), 60)",
+    "pool_mean(filtration(or_(gt('sharpe', 0.5), lt('turnover', 1.0))))", "scale(demean(x), -2.0, target=0.5)",
 ])
 def test_printed_text_parses_to_the_same_graph(text):
     graph = parse_expression(text, REGISTRY)
-    assert graph_to_text(graph) == text
-    assert parse(graph_to_text(graph)) == graph_to_dict(graph)
+    assert graph_to_text(graph) == text and parse(text) == graph_to_dict(graph)
 
 
 def test_nothing_is_evaluated():

@@ -59,8 +59,7 @@ def test_user_functions_are_built_by_their_factory():
                               stateful=True, version="7")
     registry.register("plain_3d4e5f", factory=lambda: object())
     assert isinstance(registry, RegistryProtocol) and registry.get_entry("counter_0a1b2c") is entry
-    assert registry.has_factory("counter_0a1b2c")
-    assert registry.get_function_version("counter_0a1b2c") == "7"
+    assert registry.has_factory("counter_0a1b2c") and registry.get_function_version("counter_0a1b2c") == "7"
     assert registry.create_instance("counter_0a1b2c", start=4).value == 4
     saved = FunctionState("counter_0a1b2c", "7", {"value": 9})
     assert registry.create_instance_from_state("counter_0a1b2c", saved, start=1).value == 9

@@ -77,6 +77,5 @@ def make_context(features=None, feature_index=None, **kwargs):
 
 def signals(weights_by_id, pnl_by_id=None):
     """UsefulSignal map from id -> (T, N) weights (and optional (T, K) PnL)."""
-    pnl_by_id = pnl_by_id or {}
-    return {sid: UsefulSignal(weights=np.asarray(w, dtype=float), pnl=pnl_by_id.get(sid))
+    return {sid: UsefulSignal(weights=np.asarray(w, dtype=float), pnl=(pnl_by_id or {}).get(sid))
             for sid, w in weights_by_id.items()}

@@ -7,17 +7,12 @@ from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import EvaluationError, FunctionExecutionError, FunctionGraphNode as Node
 
 
-def _nested_graph():
-    inner = Node("rotation", "f", [Node("float", 2.5)])
-    return Node("rotation", "g", [Node("feature", "close"), inner])
-
-
 def test_registers_follow_collection_order_and_children_run_first():
     order = []
     f = Fn(lambda x: (order.append("f"), x * 2)[1])
     g = Fn(lambda a, b: (order.append("g"), a + b)[1])
     ctx = make_context()
-    graph = _nested_graph()
+    graph = Node("rotation", "g", [Node("feature", "close"), Node("rotation", "f", [Node("float", 2.5)])])
     result = ee.evaluate(graph, ctx, bound_function_instances={"root": g, "root.c1": f})
     assert list(graph._collect_nodes_cache["node_info"]) == ["root.c0", "root.c1.c0", "root.c1", "root"]
     assert order == ["f", "g"] * 4
@@ -72,8 +67,7 @@ def test_missing_feature_fails_before_later_siblings_are_collected():
     ("f", [("bool", True)], {}, {"invert": True}),
     ("f", [("string", "net"), ("string", "gross")], {}, {"pnl_column": "net"}),
     ("statistical_sharpe_2e4daa", [("string", "sharpe")], {}, {"stat_name": "sharpe"}),
-    ("f", [("int", 20)], {"window": 10}, {"window": 20}),
-    ("f", [("int", 20), ("float", 0.5)], {}, {"window": 20}),
+    ("f", [("int", 20)], {"window": 10}, {"window": 20}), ("f", [("int", 20), ("float", 0.5)], {}, {"window": 20}),
 ])
 def test_configuration_literals_without_schema_use_kind_defaults(name, children, explicit, expected):
     kids = [Node("feature", "close")] + [Node(kind, value) for kind, value in children]

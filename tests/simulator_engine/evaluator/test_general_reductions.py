@@ -38,19 +38,16 @@ def test_stateless_reduction_is_the_numpy_column_mean_bit_for_bit_and_never_call
 
 
 @pytest.mark.parametrize("vectors, labels, pnl_child, expected", [
-    ({"a": {"gross_returns": 0.5}}, None, None, [[0.5, 0.0]] * T),
-    ({"a": {"net": 0.5}}, None, None, [[0.0, 0.0]] * T),
-    (None, ["gross_returns", "net"], None, [[t, 10 * t] for t in range(T)]),
+    ({"a": {"gross_returns": 0.5}}, None, None, [[0.5, 0.0]] * T), ({"a": {"net": 0.5}}, None, None, [[0.0, 0.0]] * T),
+    (None, ["gross_returns", "net"], None, [[t, 10 * t] for t in range(T)]), (None, None, None, [[0.0, 0.0]] * T),
     (None, ["gross_returns", "net"], "net", [[t + 0.5, 10 * t + 0.5] for t in range(T)]),
-    (None, None, None, [[0.0, 0.0]] * T),
 ])
 def test_stateful_reduction_receives_rows_and_pnl_per_signal_in_sorted_id_order(vectors, labels, pnl_child, expected):
     pnl = {"a": np.array([[t, t + 0.5] for t in range(T)]), "b": np.array([[10 * t, 10 * t + 0.5] for t in range(T)])}
     ctx = _context({"b": np.full((T, N), 2.0), "a": np.ones((T, N))}, pnl, signal_pnl_vectors=vectors,
                    column_labels=labels)
     acc = Accumulator()
-    children = [Node("string", pnl_child)] if pnl_child else []
-    out = _reduce(ctx, acc, children)
+    out = _reduce(ctx, acc, [Node("string", pnl_child)] if pnl_child else [])
     assert all(extraction[:, 0].tolist() == [1.0, 2.0] for (extraction,), _ in acc.calls)
     np.testing.assert_array_equal([pnl for _, pnl in acc.calls], expected)
     np.testing.assert_array_equal(out.weights[:, 0], [1.0, 2.0, 3.0, 4.0])
@@ -74,7 +71,7 @@ def test_reduction_instance_failure_is_wrapped():
 
 @pytest.mark.parametrize("instance", [Fn(), Accumulator()])
 def test_reduction_without_signals_or_filtration_fails_clearly(instance):
-    with pytest.raises(EvaluationError, match="^Reduction 'reduce' at node 'root' has no useful signals to reduce at row 0"):
+    with pytest.raises(EvaluationError, match="^Reduction 'reduce' at node 'root' has no useful signals to reduce"):
         _reduce(_context({}), instance)
 
 

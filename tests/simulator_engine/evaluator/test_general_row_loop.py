@@ -72,17 +72,14 @@ def test_instance_error_is_wrapped_with_the_row_and_cause():
 
 
 @pytest.mark.parametrize("result, message", [
-    (np.zeros(4), r"^Function 'f' returned shape \(4,\), expected \(3,\) at row 0$"),
-    (np.zeros((1, 3)), r"^Function 'f' returned shape \(1, 3\), expected \(3,\) at row 0$"),
-    (np.array(1.0), r"^Function 'f' returned shape \(\), expected \(3,\) at row 0$"),
-    (np.zeros(3, dtype=np.float32), "^Function 'f' returned dtype float32, expected float64 at row 0$"),
-    (np.zeros(3, dtype=">f8"), "^Function 'f' returned dtype >f8, expected float64 at row 0$"),
-    ([1.0, 2.0], r"^Function 'f' returned list, expected a float64 array of shape \(3,\) or"),
-    ("abc", r"^Function 'f' returned str, expected a float64 array of shape \(3,\) or a number at row 0$"),
-    (None, "^Function 'f' returned NoneType, expected"),
+    (np.zeros(4), r"shape \(4,\), expected \(3,\) at row 0$"), (np.array(1.0), r"shape \(\), expected \(3,\)"),
+    (np.zeros((1, 3)), r"shape \(1, 3\), expected \(3,\) at row 0$"), (None, "NoneType, expected"),
+    (np.zeros(3, dtype=np.float32), "dtype float32, expected float64 at row 0$"),
+    (np.zeros(3, dtype=">f8"), "dtype >f8, expected float64 at row 0$"), ([1.0, 2.0], "list, expected a float64"),
+    ("abc", r"str, expected a float64 array of shape \(3,\) or a number at row 0$"),
 ])
 def test_garbage_results_fail_with_a_shape_error(result, message):
-    with pytest.raises(EvaluationShapeError, match=message):
+    with pytest.raises(EvaluationShapeError, match="^Function 'f' returned " + message):
         _run(Fn(lambda x: result))
 
 
@@ -92,22 +89,17 @@ def test_plain_numbers_and_row_likes_are_stored(result, row):
     np.testing.assert_array_equal(_run(Fn(lambda x: result)).weights, [row] * 4)
 
 
-def test_precomputed_node_is_not_executed_and_holds_its_row():
+def test_precomputed_node_is_not_executed_and_holds_its_row_which_must_have_the_asset_count():
     f = Fn()
-    graph = Node("rotation", "g", [Node("rotation", "f", [CLOSE], canonical_id="cid-f")])
+    graph = Node("rotation", "g", [Node("rotation", "f", [CLOSE], canonical_id=7)])
     ctx = make_context()
-    ctx._precomputed_node_outputs = {"cid-f": [[1.0], [2.0], [3.0]]}
+    ctx._precomputed_node_outputs = {7: [[1.0], [2.0], [3.0]]}
     out = ee.evaluate(graph, ctx, bound_function_instances={"root": Fn(), "root.c0": f})
     assert f.calls == []
     np.testing.assert_array_equal(out.weights, [[1.0, 2.0, 3.0]] * 4)
-
-
-def test_precomputed_row_of_the_wrong_size_fails():
-    ctx = make_context()
     ctx._precomputed_node_outputs = {7: np.zeros((2, 2))}
-    with pytest.raises(EvaluationShapeError, match=r"^Precomputed node '7' returned shape \(4,\), expected \(3,\) at row 0$"):
-        ee.evaluate(Node("rotation", "f", [Node("feature", "close", canonical_id=7)]), ctx,
-                    bound_function_instances={"root": Fn()})
+    with pytest.raises(EvaluationShapeError, match=r"^Precomputed node '7' returned shape \(4,\), expected \(3,\)"):
+        ee.evaluate(graph, ctx, bound_function_instances={"root": Fn(), "root.c0": f})
 
 
 def test_node_outputs_capture_every_register_row_unless_switched_off():
