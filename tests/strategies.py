@@ -17,5 +17,4 @@ def matrices_with_universe(draw, max_rows=40, max_cols=5):
     if draw(st.booleans()):  # a constant run of exactly representable values
         start = draw(st.integers(0, rows - 1))
         data[start:start + draw(st.integers(1, 25)), draw(st.integers(0, cols - 1))] = 3.0
-    universe = draw(hnp.arrays(np.float64, (rows, cols), elements=UNIVERSE_CELL))
-    return data, universe
+    return data, draw(hnp.arrays(np.float64, (rows, cols), elements=UNIVERSE_CELL))

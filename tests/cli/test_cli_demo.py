@@ -12,8 +12,7 @@ def test_reduced_demo(quillmarsh, tmp_path):
                            "--examples", EXAMPLES, "--out", tmp_path / "out", check=True)
     names = [entry["name"] for entry in json.loads((EXAMPLES / "catalogue.json").read_text())["examples"]]
     table = {line[:20].strip(): line[20:].split() for line in completed.stdout.splitlines()}
-    assert all(name in table for name in names)
-    assert table["bare feature"][0] == "leaf"
+    assert all(name in table for name in names) and table["bare feature"][0] == "leaf"
     assert "streaming: 15 daily chunks with states" in completed.stdout
     assert completed.stdout.rstrip().splitlines()[-2].endswith("equal the one-shot evaluation: yes")
     assert "streaming 'rolling chain' day by day" in completed.stderr

@@ -14,8 +14,7 @@ import pytest
     ("mean(close, 'x')", "evaluation failed: window must be an integer, got 'x'"),
 ])
 def test_bad_expression(quillmarsh, user_error, tmp_path, market_file, expression, message):
-    completed = quillmarsh("evaluate", expression, "--data", market_file, "--out", "w.npy")
-    user_error(completed, message)
+    user_error(quillmarsh("evaluate", expression, "--data", market_file, "--out", "w.npy"), message)
     assert sorted(p.name for p in tmp_path.iterdir()) == ["market.npz"]
 
 
@@ -29,8 +28,7 @@ def test_bad_data(quillmarsh, user_error, tmp_path, arrays, changes, message):
     arrays.update(changes)
     data = tmp_path / "bad.npz"
     np.savez(data, **{name: value for name, value in arrays.items() if value is not None})
-    completed = quillmarsh("evaluate", "returns", "--data", data, "--out", "w.npy")
-    user_error(completed, message)
+    user_error(quillmarsh("evaluate", "returns", "--data", data, "--out", "w.npy"), message)
     assert not (tmp_path / "w.npy").exists()
 
 

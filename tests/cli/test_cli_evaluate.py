@@ -14,8 +14,7 @@ def test_bare_feature_is_the_masked_matrix(quillmarsh, tmp_path, market_file, ma
 
 @pytest.mark.parametrize("expression", EXPRESSIONS)
 def test_text_and_json_forms_evaluate_alike(quillmarsh, tmp_path, market_file, expression):
-    shown = quillmarsh("show", expression, "--json", check=True)
-    (tmp_path / "graph.json").write_text(shown.stdout)
+    (tmp_path / "graph.json").write_text(quillmarsh("show", expression, "--json", check=True).stdout)
     (tmp_path / "graph.txt").write_text(f"# the same graph\n{expression}\n")
     for source, out in ((expression, "text.npy"), ("graph.json", "json.npy"), ("graph.txt", "file.npy")):
         quillmarsh("evaluate", source, "--data", market_file, "--out", out, check=True)
@@ -26,15 +25,12 @@ def test_text_and_json_forms_evaluate_alike(quillmarsh, tmp_path, market_file, e
 
 
 def test_states_carry_a_rolling_window_across_files(quillmarsh, tmp_path, arrays):
-    np.savez(tmp_path / "all.npz", **arrays)
-    np.savez(tmp_path / "first.npz", **{name: a[:40] for name, a in arrays.items()})
-    np.savez(tmp_path / "second.npz", **{name: a[40:] for name, a in arrays.items()})
-    expression = "zscore(mean(returns, 3), 12)"
-    runs = [("all.npz", "all.npy", ()),
-            ("first.npz", "first.npy", ("--states-out", "s.pkl")),
-            ("second.npz", "second.npy", ("--states-in", "s.pkl"))]
-    for data, out, extra in runs:
-        quillmarsh("evaluate", expression, "--data", data, "--out", out, *extra, check=True)
+    runs = {"all": (slice(None), ()), "first": (slice(40), ("--states-out", "s.pkl")),
+            "second": (slice(40, None), ("--states-in", "s.pkl"))}
+    for name, (rows, extra) in runs.items():
+        np.savez(tmp_path / f"{name}.npz", **{key: a[rows] for key, a in arrays.items()})
+        quillmarsh("evaluate", "zscore(mean(returns, 3), 12)", "--data", f"{name}.npz", "--out", f"{name}.npy", *extra,
+                   check=True)
     streamed = np.vstack([np.load(tmp_path / "first.npy"), np.load(tmp_path / "second.npy")])
     np.testing.assert_array_equal(streamed, np.load(tmp_path / "all.npy"))
 
@@ -53,10 +49,8 @@ def test_unknown_data_nan_feature(quillmarsh, user_error, market_file):
 
 
 def test_show_prints_identities_and_path(quillmarsh, market_file):
-    completed = quillmarsh("show", "rank(close) * rank(volume)", "--data", market_file, check=True)
-    lines = completed.stdout.splitlines()
-    assert lines[0] == "text:  rank(close) * rank(volume)"
-    assert lines[1].startswith("path:  rank product")
+    lines = quillmarsh("show", "rank(close) * rank(volume)", "--data", market_file, check=True).stdout.splitlines()
+    assert lines[0] == "text:  rank(close) * rank(volume)" and lines[1].startswith("path:  rank product")
     assert [line.split()[:2] for line in lines[3:]] == [
         ["root", "rotation"], ["root.c0", "rotation"], ["root.c0.c0", "feature"],
         ["root.c1", "rotation"], ["root.c1.c0", "feature"]]

@@ -10,8 +10,7 @@ def test_pnl_weighted_reduction_weights_by_positive_trailing_mean():
     # No positive PnL yet: the plain mean.
     np.testing.assert_array_equal(reduction(rows, signal_pnl=np.array([0.0, -1.0, np.nan])), rows.mean(axis=0))
     # Trailing means over 2 rows: 1.0, 0.5 and -0.5 (left out).
-    out = reduction(rows, signal_pnl=np.array([2.0, 2.0, -1.0]))
-    np.testing.assert_allclose(out, [1.0 / 1.5, 0.5 / 1.5])
+    np.testing.assert_allclose(reduction(rows, signal_pnl=np.array([2.0, 2.0, -1.0])), [1.0 / 1.5, 0.5 / 1.5])
     state = reduction.get_state()
     assert state["count"] == 2 and state["window"] == 2 and state["pnl_history"].shape == (2, 3)
     reduction(rows[:2], signal_pnl=np.array([1.0, 1.0]))

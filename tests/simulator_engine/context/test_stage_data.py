@@ -6,8 +6,7 @@ from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, StageD
 
 def _context(stage_values, **kwargs):
     features = [np.zeros((4, 3)) for _ in range(3)]
-    index = {"a": 0, "b": 1, "c": 2}
-    return ee.EvaluationContext(features, index, stage_data=StageData(stage_values), **kwargs)
+    return ee.EvaluationContext(features, {"a": 0, "b": 1, "c": 2}, stage_data=StageData(stage_values), **kwargs)
 
 
 def _graph(*names):

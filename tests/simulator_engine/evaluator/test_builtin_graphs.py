@@ -40,8 +40,7 @@ def test_nested_rolling_chain_matches_the_reference_with_warmup_blanked():
 def test_rank_product_through_the_row_loop():
     graph = Node("rotation", COMBINE, [rank(feature()), rank(feature("volume"))])
     weights, states = ee.evaluate(graph, _context(), data_nan_features=["unused"])
-    expected = rank_rows_reference(CLOSE, UNIVERSE) * rank_rows_reference(VOLUME, UNIVERSE)
-    np.testing.assert_array_equal(weights, expected)
+    np.testing.assert_array_equal(weights, rank_rows_reference(CLOSE, UNIVERSE) * rank_rows_reference(VOLUME, UNIVERSE))
     assert states == {}
 
 

@@ -65,8 +65,7 @@ def test_transform_pipeline_is_combined_into_a_copy_once():
     graph = Node("rotation", "g", [inner])
     with pytest.raises(Exception):
         ee.evaluate(graph, ctx)
-    assert ctx.transform_pipeline == []
-    assert not hasattr(inner, "_state_identity") and graph.children == [inner]
+    assert ctx.transform_pipeline == [] and not hasattr(inner, "_state_identity") and graph.children == [inner]
 
 
 def test_already_combined_pipeline_is_kept():

@@ -74,7 +74,5 @@ def test_configuration_literals_without_schema_use_kind_defaults(name, children,
     graph = Node("rotation", name, kids, config=dict(explicit))
     ee.evaluate(graph, make_context(), bound_function_instances={"root": Fn()})
     record = graph._collect_nodes_cache["node_info"]["root"]
-    assert record["config"] == expected
-    consumed = {f"root.c{i + 1}" for i, (kind, _) in enumerate(children) if kind != "float"}
-    assert record["config_child_paths"] == consumed
-    assert graph.config == explicit
+    assert record["config"] == expected and graph.config == explicit
+    assert record["config_child_paths"] == {f"root.c{i + 1}" for i, (kind, _) in enumerate(children) if kind != "float"}

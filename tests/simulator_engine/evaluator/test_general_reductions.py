@@ -33,8 +33,7 @@ def test_stateless_reduction_is_the_numpy_column_mean_bit_for_bit_and_never_call
     out = _reduce(_context(weights), mean)
     expected = np.array([np.stack([weights[k][t] for k in sorted(weights)]).mean(axis=0) for t in range(2)])
     np.testing.assert_array_equal(out.weights, expected)
-    assert np.signbit(out.weights[0]).tolist() == np.signbit(expected[0]).tolist()
-    assert mean.calls == []
+    assert np.signbit(out.weights[0]).tolist() == np.signbit(expected[0]).tolist() and mean.calls == []
 
 
 @pytest.mark.parametrize("vectors, labels, pnl_child, expected", [
@@ -62,8 +61,7 @@ def test_missing_pnl_column_is_an_evaluation_error_not_a_function_failure():
 
 
 def test_reduction_instance_failure_is_wrapped():
-    acc = Accumulator()
-    acc.__class__ = type("Failing", (Accumulator,), {"__call__": lambda self, *a, **k: 1 / 0})
+    acc = type("Failing", (Accumulator,), {"__call__": lambda self, *a, **k: 1 / 0})()
     with pytest.raises(FunctionExecutionError, match=r"^Function 'reduce' failed at row 0: division by zero$") as err:
         _reduce(_context({"a": np.ones((T, N))}), acc)
     assert isinstance(err.value.__cause__, ZeroDivisionError)
@@ -84,5 +82,4 @@ def test_cold_start_replays_the_tail_of_saved_states_before_row_zero(rows, paylo
     acc = Accumulator()
     states = None if payload is None else {"root": FunctionState("reduce", 1, payload)}
     _reduce(_context({"a": weights}, column_labels=["gross_returns"]), acc, states=states, cold=True)
-    seen = [int(extraction[0][0, 0]) for extraction, _ in acc.calls]
-    assert seen == replayed + list(range(rows))
+    assert [int(extraction[0][0, 0]) for extraction, _ in acc.calls] == replayed + list(range(rows))

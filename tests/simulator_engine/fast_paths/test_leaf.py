@@ -31,15 +31,15 @@ def test_masking_rule_per_cell(shape):
 ])
 def test_leaf_detector(graph_type, name, states, nan_features, expected):
     ctx = _context(np.ones((2, 2)))
-    got = ee._can_use_leaf_fast_path(Node(graph_type, name), ctx, states, data_nan_features=nan_features)
-    assert got is expected
+    assert ee._can_use_leaf_fast_path(Node(graph_type, name), ctx, states, data_nan_features=nan_features) is expected
 
 
-def test_leaf_shares_the_feature_matrix_without_universe():
-    data = np.arange(6.0).reshape(2, 3)
+@pytest.mark.parametrize("data, register", [
+    (np.arange(6.0).reshape(2, 3), [[3.0, 4.0, 5.0]]), (np.ones((0, 3)), [[0.0, 0.0, 0.0]])])
+def test_leaf_without_universe_shares_the_feature_matrix_and_keeps_its_last_row_or_zeros(data, register):
     ctx = _context(data)
     assert ee._evaluate_leaf_fast(Node("feature", "close"), ctx) is data
-    np.testing.assert_array_equal(ctx.registers, [[3.0, 4.0, 5.0]])
+    np.testing.assert_array_equal(ctx.registers, register)
 
 
 def test_leaf_converts_non_float_and_non_contiguous_input():
@@ -49,16 +49,8 @@ def test_leaf_converts_non_float_and_non_contiguous_input():
     np.testing.assert_array_equal(out, data)
 
 
-def test_leaf_with_no_rows_stores_zero_register():
-    ctx = _context(np.ones((0, 3)))
-    out = ee._evaluate_leaf_fast(Node("feature", "close"), ctx)
-    assert out.shape == (0, 3)
-    np.testing.assert_array_equal(ctx.registers, np.zeros((1, 3)))
-
-
 def test_feature_matrix_for_fast_path():
-    data = np.array([[1.0, 2.0]])
-    ctx = _context(data, universe=np.array([[1.0, 0.0]]))
+    ctx = _context(np.array([[1.0, 2.0]]), universe=np.array([[1.0, 0.0]]))
     np.testing.assert_array_equal(ee._feature_matrix_for_fast_path(Node("feature", "close"), ctx), [[1.0, np.nan]])
     with pytest.raises(EvaluationError, match=r"^Feature 'volume' not in context$"):
         ee._feature_matrix_for_fast_path(Node("feature", "volume"), ctx)

@@ -70,8 +70,7 @@ def test_unconvertible_window_propagates_from_the_detector():
 
 
 def _masked_context(rows, cols=2):
-    rng = np.random.default_rng(5)
-    data = rng.normal(size=(rows, cols))
+    data = np.random.default_rng(5).normal(size=(rows, cols))
     universe = np.ones((rows, cols))
     universe[rows // 2, 0] = 0.0
     return ee.EvaluationContext([data], {"close": 0}, universe=universe, registry=STUBS), np.where(

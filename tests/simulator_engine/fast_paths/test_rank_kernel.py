@@ -51,7 +51,6 @@ def test_matches_the_reference(shape, data):
 @pytest.mark.parametrize("spacing", [2.0**-52, 2.0**-40])
 def test_crowded_values_share_the_sort_high_halves(spacing):
     # Values this close agree on the high half of their sort keys: the order comes from the low half.
-    rng = np.random.default_rng(1)
-    values = 1.0 + rng.permutation(np.repeat(np.arange(200), 2)) * spacing
+    values = 1.0 + np.random.default_rng(1).permutation(np.repeat(np.arange(200), 2)) * spacing
     values[::7] = -values[::7]
     np.testing.assert_array_equal(ee._batch_rank(values[None, :]), rank_rows_reference(values[None, :]))

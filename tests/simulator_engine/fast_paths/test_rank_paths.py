@@ -36,8 +36,7 @@ MULTIPLY = Node("rotation", COMBINE, [rank(feature("close")), rank(feature("open
 
 
 def _engine_context(universe=None):
-    rng = np.random.default_rng(3)
-    close, open_ = rng.normal(size=(4, 5)), rng.normal(size=(4, 5))
+    close, open_ = np.random.default_rng(3).normal(size=(2, 4, 5))
     close[:, 1] = np.nan
     # Without a universe, evaluate needs the derived mask.
     mask = np.ones((4, 5), dtype=np.uint8) if universe is None else None
@@ -46,14 +45,13 @@ def _engine_context(universe=None):
 
 @pytest.mark.parametrize("graph, ctx, states, nan_features, expected", [
     (SIMPLE, context(), None, None, True), (SIMPLE, context(registry=stub_registry(RANK)), {}, [], True),
-    (rank(feature("missing")), context(), None, None, True),
+    (rank(feature("missing")), context(), None, None, True), (rank(Node("int", 3)), context(), None, None, False),
     (rank(Node("aggregation", "close")), context(), None, None, True),
     (SIMPLE, context(), None, ["close"], False), (SIMPLE, context(), {"root": 1}, None, False),
     (SIMPLE, context(useful_signals={"s": 1}), None, None, False),
     (Node("reduction", RANK, [feature()]), context(), None, None, False),
     (Node("rotation", COMBINE, [feature()]), context(), None, None, False),
     (Node("rotation", RANK, [feature(), Node("int", 3)]), context(), None, None, False),
-    (rank(Node("int", 3)), context(), None, None, False),
     (SIMPLE, context(registry=FakeRegistry(factories=[RANK])), None, None, False),
 ])
 def test_simple_rank_detector(graph, ctx, states, nan_features, expected):
@@ -73,8 +71,7 @@ def test_simple_rank_detector(graph, ctx, states, nan_features, expected):
      context(), None, False),
 ])
 def test_rank_multiply_detector(graph, ctx, bound, expected):
-    got = ee._can_use_rank_multiply_fast_path(graph, ctx, None, bound_function_instances=bound)
-    assert got is expected
+    assert ee._can_use_rank_multiply_fast_path(graph, ctx, None, bound_function_instances=bound) is expected
 
 
 @pytest.mark.parametrize("universe", [None, np.array([[1.0, 0.0, np.nan, -0.0, 2.0]] * 4)])
@@ -85,8 +82,7 @@ def test_simple_rank_hands_the_unmasked_feature_and_universe_to_the_host_kernel(
     (data, passed_universe), = rank_module.calls
     assert data is ctx.features[0] and passed_universe is ctx.universe
     np.testing.assert_array_equal(result.weights, rank_rows_reference(ctx.features[0], universe))
-    assert result.states == {} and result.nan_source == {} and result.node_outputs == {}
-    assert ctx.registers is registers
+    assert result.states == result.nan_source == result.node_outputs == {} and ctx.registers is registers
 
 
 def test_simple_rank_converts_the_host_result(rank_module):

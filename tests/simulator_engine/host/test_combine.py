@@ -42,8 +42,7 @@ def test_stages_wrap_the_graph_in_order():
     root = combine_signal_and_transforms(graph, pipeline, metaparameters, None, SimpleNamespace(pool_id="pool_a"))
     inner = root.children[0]
     assert [c.node for c in root.children] == [inner.node, 4.0]
-    assert inner.node == "cross_sectional_demean_5e2a7c" and inner.children == [graph]
-    assert graph.children is None
+    assert inner.node == "cross_sectional_demean_5e2a7c" and inner.children == [graph] and graph.children is None
 
 
 def test_no_stages_keep_the_graph_and_odd_options_are_refused():
