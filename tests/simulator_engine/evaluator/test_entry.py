@@ -18,9 +18,8 @@ LEAF = Node("feature", "close")
 
 
 def test_non_node_graph_is_rejected_before_the_context_is_touched():
-    with pytest.raises(SchemaError) as err:
+    with pytest.raises(SchemaError, match="^evaluate graph must be FunctionGraphNode; got dict$"):
         ee.evaluate({"type": "feature"}, object())
-    assert str(err.value) == "evaluate graph must be FunctionGraphNode; got dict"
 
 
 def test_result_behaves_as_pair_and_as_weights():

@@ -48,6 +48,5 @@ def test_warmup_rows_less_the_restored_count_are_blanked_in_the_weights_only(win
 
 def test_bound_instances_switch_the_warmup_off():
     ctx = make_context(registry=FakeRegistry({"acc": Accumulator}, stateful={"acc"}))
-    ctx._collect_states = False
     out = ee.evaluate(_warmup_graph(5), ctx, bound_function_instances={"root": Accumulator()})
     assert not np.isnan(out.weights).any()

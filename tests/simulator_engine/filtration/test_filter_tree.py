@@ -36,11 +36,10 @@ def test_nested_conversion():
 
 
 @pytest.mark.parametrize("node, text", [
-    (op("filtration"), "filtration()"),
+    (op("filtration"), "filtration()"), (op("or_", op("not_", op("eq", "a", "b"))), "or_(not_(eq))"),
     (op("filtration", op("lt", "close", 1.0), op("gt", "x", 2)), "filtration(lt)"),
     (op("and_", op("gt", "close", 5.0), op("top_pct", "f", 0.1)), "and_(gt(close, 5.0), top_pct)"),
     (op("gt", "close", 20, 1e-05, op("not_")), "gt(close, 20, 1e-05, not_)"),
-    (op("or_", op("not_", op("eq", "a", "b"))), "or_(not_(eq))"),
 ])
 def test_description(node, text):
     assert ee._describe_dict_filter(node) == text

@@ -19,7 +19,6 @@ def _context(**features):
     names = list(features)
     ctx = ee.EvaluationContext([np.asarray(features[name], dtype=float) for name in names],
                                {name: i for i, name in enumerate(names)}, universe=np.ones((T, N)))
-    ctx._collect_states = False
     return ctx
 
 
