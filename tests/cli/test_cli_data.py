@@ -27,8 +27,7 @@ def test_parquet_wide_folder(quillmarsh, tmp_path, arrays, masked_close, write_p
     folder = tmp_path / "wide"
     folder.mkdir()
     for name, matrix in arrays.items():
-        columns = {"date": np.arange(matrix.shape[0])}
-        columns.update({f"asset{j}": matrix[:, j] for j in range(matrix.shape[1])})
+        columns = {"date": np.arange(matrix.shape[0]), **{f"asset{j}": matrix[:, j] for j in range(matrix.shape[1])}}
         write_parquet(columns, folder / f"{name}.parquet")
     np.testing.assert_array_equal(_evaluate_close(quillmarsh, tmp_path, folder), masked_close)
 

@@ -39,8 +39,7 @@ def test_builtin_instances_honour_the_instance_contract(name, config, rows, keyw
     np.testing.assert_allclose(out, expected, rtol=0, atol=1e-15)
     for row, original in zip(rows, originals):
         np.testing.assert_array_equal(row, original)
-    if stateful:
-        assert (instance.get_state()["count"], instance.get_state()["window"]) == (1, config["window"])
+    assert not stateful or (instance.get_state()["count"], instance.get_state()["window"]) == (1, config["window"])
 
 
 class Counter:

@@ -32,9 +32,8 @@ def test_instance_ranks_like_the_direct_definition(row):
 
 
 @pytest.mark.parametrize("universe, expected", [
-    (None, [[1 / 3, 2.5 / 3, 2.5 / 3, np.nan]]),
+    (None, [[1 / 3, 2.5 / 3, 2.5 / 3, np.nan]]), ([[np.inf, 2.0, 0.0, 1.0]], [[0.5, 1.0, np.nan, np.nan]]),
     ([[1.0, 0.0, np.nan, np.inf]], [[1.0, np.nan, np.nan, np.nan]]),
-    ([[np.inf, 2.0, 0.0, 1.0]], [[0.5, 1.0, np.nan, np.nan]]),
 ])
 def test_batch_ranks_after_universe_masking(universe, expected):
     data = np.array([[1.0, 3.0, 3.0, np.nan]])

@@ -7,11 +7,7 @@ from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import EvaluationError, FunctionExecutionError, SchemaError, TransformStage
 from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
 
-
-def _context(**kwargs):
-    data = np.arange(8.0).reshape(2, 4)
-    kwargs.setdefault("universe", np.ones((2, 4)))
-    return ee.EvaluationContext([data], {"close": 0}, **kwargs)
+from .general_fakes import make_context
 
 
 LEAF = Node("feature", "close")
@@ -23,10 +19,10 @@ def test_non_node_graph_is_rejected_before_the_context_is_touched():
 
 
 def test_result_behaves_as_pair_and_as_weights():
-    result = ee.evaluate(LEAF, _context())
+    result = ee.evaluate(LEAF, make_context())
     weights, states = result
     assert len(result) == 2 and states == {} and result[-1] is states and result[:1] == (weights,)
-    assert result.shape == (2, 4) and np.asarray(result, dtype=np.float32).dtype == np.float32
+    assert result.shape == (4, 3) and np.asarray(result, dtype=np.float32).dtype == np.float32
     assert result.nan_source == {} and result.node_outputs == {}
     for key, error in ((2, IndexError), ("weights", TypeError)):
         with pytest.raises(error):
@@ -42,7 +38,7 @@ def test_no_features_is_an_error():
 
 
 def test_missing_universe_names_inputs_and_context_fields():
-    ctx = _context(universe=None, pool_id="pool_a", universe_tag="us")
+    ctx = make_context(universe=None, pool_id="pool_a", universe_tag="us")
     with pytest.raises(ee.MissingSimulationUniverseError) as err:
         ee.evaluate(LEAF, ctx)
     assert isinstance(err.value, EvaluationError) and str(err.value) == (
@@ -55,11 +51,11 @@ def test_preflight_rejects_engine_only_config_even_on_a_fast_path_graph():
     graph = Node("rotation", "latitudinal_rank_688068", [LEAF], config={"N_alloc": 3, "A": 1})
     with pytest.raises(FunctionExecutionError, match="^Function 'latitudinal_rank_688068' at node 'root' config "
                                                      "contains engine-only parameter"):
-        ee.evaluate(graph, _context())
+        ee.evaluate(graph, make_context())
 
 
 def test_transform_pipeline_is_combined_into_a_copy_once():
-    ctx = _context(transform_pipeline=[TransformStage("st", "missing_fn")])
+    ctx = make_context(transform_pipeline=[TransformStage("st", "missing_fn")])
     inner = Node("rotation", "f", [LEAF])
     graph = Node("rotation", "g", [inner])
     with pytest.raises(Exception):
@@ -69,13 +65,13 @@ def test_transform_pipeline_is_combined_into_a_copy_once():
 
 def test_already_combined_pipeline_is_kept():
     stages = [TransformStage("st", "missing_fn")]
-    ctx = _context(transform_pipeline=stages, transforms_already_combined=True)
+    ctx = make_context(transform_pipeline=stages, transforms_already_combined=True)
     ee.evaluate(LEAF, ctx)
     assert ctx.transform_pipeline is stages
 
 
 def test_same_context_is_serialised_across_threads():
-    ctx = _context()
+    ctx = make_context()
     ctx._evaluation_lock.acquire()
     done = threading.Event()
     worker = threading.Thread(target=lambda: (ee.evaluate(LEAF, ctx), done.set()))
@@ -87,7 +83,7 @@ def test_same_context_is_serialised_across_threads():
 
 
 def test_lock_is_reentrant_on_one_thread_and_released_after_failure():
-    ctx = _context()
+    ctx = make_context()
     with ctx._evaluation_lock:
         ee.evaluate(LEAF, ctx)
     with pytest.raises(SchemaError):

@@ -16,8 +16,7 @@ def test_registers_follow_collection_order_and_children_run_first():
     result = ee.evaluate(graph, ctx, bound_function_instances={"root": g, "root.c1": f})
     assert list(graph._collect_nodes_cache["node_info"]) == ["root.c0", "root.c1.c0", "root.c1", "root"]
     assert order == ["f", "g"] * 4
-    last_close = np.array([9.0, 10.0, 11.0])
-    np.testing.assert_array_equal(ctx.registers, [last_close, [2.5] * 3, [5.0] * 3, last_close + 5.0])
+    np.testing.assert_array_equal(ctx.registers, [[9.0, 10.0, 11.0], [2.5] * 3, [5.0] * 3, [14.0, 15.0, 16.0]])
     np.testing.assert_array_equal(result.weights, np.arange(12.0).reshape(4, 3) + 5.0)
 
 
@@ -26,11 +25,10 @@ def test_cached_collection_is_reused_with_new_feature_positions():
     f = Fn()
     ee.evaluate(graph, make_context(), bound_function_instances={"root": f})
     node_info = graph._collect_nodes_cache["node_info"]
-    moved = np.full((4, 3), 7.0)
-    ctx = make_context([np.zeros((4, 3)), moved], {"open": 0, "close": 1})
+    ctx = make_context([np.zeros((4, 3)), np.full((4, 3), 7.0)], {"open": 0, "close": 1})
     result = ee.evaluate(graph, ctx, bound_function_instances={"root": f})
     assert graph._collect_nodes_cache["node_info"] is node_info
-    np.testing.assert_array_equal(result.weights, moved)
+    np.testing.assert_array_equal(result.weights, np.full((4, 3), 7.0))
 
 
 def test_unbound_function_without_registry_fails_and_leaves_the_cache_alone():

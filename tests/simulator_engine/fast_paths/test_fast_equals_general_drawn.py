@@ -35,10 +35,7 @@ def test_longitudinal_chains(drawn, levels):
 @given(matrices_with_universe())
 def test_leaf_and_rank_paths(drawn):
     data, universe = drawn
-    cases = [
-        (feature(), ee._evaluate_leaf_fast),
-        (rank(feature()), ee._evaluate_simple_rank_fast),
-        (Node("rotation", COMBINE, [rank(feature()), rank(feature("open"))]), ee._evaluate_rank_multiply_fast),
-    ]
+    cases = [(feature(), ee._evaluate_leaf_fast), (rank(feature()), ee._evaluate_simple_rank_fast),
+             (Node("rotation", COMBINE, [rank(feature()), rank(feature("open"))]), ee._evaluate_rank_multiply_fast)]
     for graph, fast in cases:
         np.testing.assert_array_equal(fast(graph, _context(data, universe)), _general(graph, data, universe))

@@ -16,10 +16,8 @@ def const(value=5.0):
 
 
 def _context(**features):
-    names = list(features)
-    ctx = ee.EvaluationContext([np.asarray(features[name], dtype=float) for name in names],
-                               {name: i for i, name in enumerate(names)}, universe=np.ones((T, N)))
-    return ctx
+    return ee.EvaluationContext([np.asarray(matrix, dtype=float) for matrix in features.values()],
+                                {name: i for i, name in enumerate(features)}, universe=np.ones((T, N)))
 
 
 FINITE = np.ones((T, N))
