@@ -61,11 +61,9 @@ def test_invalid_trees_raise_value_error(tree, message):
         passing(tree)
 
 
-def test_empty_selections_carry_diagnostics():
-    with pytest.raises(EmptyPoolError) as pool_error:
-        FiltrationInstance(FilterNode("filtration"), None)({})
-    assert pool_error.value.filter_diagnostics == {"passing_count": 0, "pool_size": 0}
-    with pytest.raises(EmptyFiltrationError) as filter_error:
-        passing(leaf("gt", field="sharpe", value=10.0))
-    assert filter_error.value.filter_diagnostics == {"passing_count": 0, "pool_size": 5}
+@pytest.mark.parametrize("pool, error, size", [({}, EmptyPoolError, 0), (POOL, EmptyFiltrationError, 5)])
+def test_empty_selections_carry_diagnostics(pool, error, size):
+    with pytest.raises(error) as err:
+        FiltrationInstance(leaf("gt", field="sharpe", value=10.0), None)(pool)
+    assert err.value.filter_diagnostics == {"passing_count": 0, "pool_size": size}
 

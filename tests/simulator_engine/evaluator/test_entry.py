@@ -21,9 +21,8 @@ def test_non_node_graph_is_rejected_before_the_context_is_touched():
 def test_result_behaves_as_pair_and_as_weights():
     result = ee.evaluate(LEAF, make_context())
     weights, states = result
-    assert len(result) == 2 and states == {} and result[-1] is states and result[:1] == (weights,)
-    assert result.shape == (4, 3) and np.asarray(result, dtype=np.float32).dtype == np.float32
-    assert result.nan_source == {} and result.node_outputs == {}
+    assert len(result) == 2 and states == result.nan_source == result.node_outputs == {} and result[:1] == (weights,)
+    assert result[-1] is states and result.shape == (4, 3) and np.asarray(result, dtype=np.float32).dtype == np.float32
     for key, error in ((2, IndexError), ("weights", TypeError)):
         with pytest.raises(error):
             result[key]

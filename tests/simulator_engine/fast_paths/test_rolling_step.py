@@ -39,8 +39,7 @@ def read_only(array):
     ("name", None, ValueError, "no rolling statistic"),
 ])
 def test_refuses_bad_arguments_before_touching_the_state(key, bad, error, match):
-    arguments = fresh_arguments()
-    arguments[key] = bad
+    arguments = {**fresh_arguments(), key: bad}
     before = {k: v.copy() for k, v in arguments.items() if isinstance(v, np.ndarray)}
     with pytest.raises(error, match=match):
         ee._rolling_step(**arguments)

@@ -6,7 +6,7 @@ from quillmarsh.functions.filtrations import EmptyFiltrationError
 from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import EvaluationError, FiltrationResolutionError, FunctionGraphNode as Node
 
-from ..evaluator.general_fakes import Accumulator
+from ..evaluator.general_fakes import Accumulator, make_context
 
 T, N = 3, 2
 
@@ -30,8 +30,7 @@ class Signal:
 
 def _evaluate(useful_signals, reduction=None):
     """Evaluates a reduction over the signals passing an all-pass filtration."""
-    ctx = ee.EvaluationContext([np.zeros((T, N))], {"close": 0}, universe=np.ones((T, N)),
-                               useful_signals=useful_signals)
+    ctx = make_context([np.zeros((T, N))], {"close": 0}, useful_signals=useful_signals)
     ctx._collect_states = False
     graph = Node("reduction", "reduce", [Node("filtration", "filtration")])
     return ee.evaluate(graph, ctx, bound_function_instances={"root": reduction or Accumulator()})

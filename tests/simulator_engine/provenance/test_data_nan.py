@@ -5,7 +5,7 @@ import pytest
 from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, UsefulSignal
 
-from ..evaluator.general_fakes import Fn
+from ..evaluator.general_fakes import Fn, make_context
 
 T, N = 3, 2
 
@@ -16,8 +16,7 @@ def const(value=5.0):
 
 
 def _context(**features):
-    return ee.EvaluationContext([np.asarray(matrix, dtype=float) for matrix in features.values()],
-                                {name: i for i, name in enumerate(features)}, universe=np.ones((T, N)))
+    return make_context([np.asarray(m, float) for m in features.values()], {name: i for i, name in enumerate(features)})
 
 
 FINITE = np.ones((T, N))
