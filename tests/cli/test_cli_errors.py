@@ -25,10 +25,8 @@ def test_bad_expression(quillmarsh, user_error, tmp_path, market_file, expressio
     ({"close": np.array([["a"] * 8] * 60)}, "feature 'close' is not numeric"),
 ])
 def test_bad_data(quillmarsh, user_error, tmp_path, arrays, changes, message):
-    arrays.update(changes)
-    data = tmp_path / "bad.npz"
-    np.savez(data, **{name: value for name, value in arrays.items() if value is not None})
-    user_error(quillmarsh("evaluate", "returns", "--data", data, "--out", "w.npy"), message)
+    np.savez(tmp_path / "bad.npz", **{key: a for key, a in {**arrays, **changes}.items() if a is not None})
+    user_error(quillmarsh("evaluate", "returns", "--data", "bad.npz", "--out", "w.npy"), message)
     assert not (tmp_path / "w.npy").exists()
 
 

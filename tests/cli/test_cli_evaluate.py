@@ -43,9 +43,8 @@ def test_data_nan_features_empty_the_nodes_above_them(quillmarsh, tmp_path, mark
 
 
 def test_unknown_data_nan_feature(quillmarsh, user_error, market_file):
-    completed = quillmarsh("evaluate", "rank(close)", "--data", market_file, "--out", "w.npy",
-                           "--data-nan-features", "close,spread")
-    user_error(completed, "unknown feature 'spread'")
+    user_error(quillmarsh("evaluate", "rank(close)", "--data", market_file, "--out", "w.npy", "--data-nan-features",
+                          "close,spread"), "unknown feature 'spread'")
 
 
 def test_show_prints_identities_and_path(quillmarsh, market_file):

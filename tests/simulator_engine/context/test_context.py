@@ -12,10 +12,6 @@ REF = (250, 40)
 _z = np.zeros
 
 
-def _features(count=3, shape=REF):
-    return [np.zeros(shape) for _ in range(count)]
-
-
 @pytest.mark.parametrize("features, universe, signals, message", [
     ([_z(REF), _z(REF), _z((250, 41))], None, None,
      "Feature dimension mismatch: 'feature_0' shape (250, 40) vs 'feature_2' shape (250, 41)"),
@@ -52,17 +48,17 @@ def test_evaluate_revalidates_a_context_changed_after_construction():
 @pytest.mark.parametrize("position", [3, -1])
 def test_feature_index_out_of_bounds(position):
     with pytest.raises(EvaluationError) as err:
-        ee.EvaluationContext(_features(3), {"open": 0, "close": position})
+        ee.EvaluationContext([_z(REF)] * 3, {"open": 0, "close": position})
     assert str(err.value) == f"feature_index['close'] = {position} is out of bounds for 3 features"
 
 
 def test_stage_data_type_is_checked_before_feature_index():
     with pytest.raises(SchemaError, match=r"^EvaluationContext\.stage_data must be StageData or None; got dict$"):
-        ee.EvaluationContext(_features(1), {"close": 5}, stage_data={"x": 1})
+        ee.EvaluationContext([_z(REF)], {"close": 5}, stage_data={"x": 1})
 
 
 def test_pickle_round_trip_gives_new_lock_and_same_fields():
-    ctx = ee.EvaluationContext(_features(1, (4, 3)), {"close": 0}, pool_id="p1")
+    ctx = ee.EvaluationContext([_z((4, 3))], {"close": 0}, pool_id="p1")
     ctx.registers = np.ones((1, 3))
     assert "_evaluation_lock" not in ctx.__getstate__()
     restored = pickle.loads(pickle.dumps(ctx))

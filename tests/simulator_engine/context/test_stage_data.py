@@ -9,20 +9,16 @@ def _context(stage_values, **kwargs):
     return ee.EvaluationContext(features, {"a": 0, "b": 1, "c": 2}, stage_data=StageData(stage_values), **kwargs)
 
 
-def _graph(*names):
-    return Node("rotation", "f", [Node("feature", name) for name in names])
-
-
 def test_two_dimensional_values_are_attached_in_name_order():
     depth = np.arange(12, dtype=np.int64).reshape(4, 3)
     ctx = _context({"depth": depth, "beta": np.ones((4, 3)), "alpha": np.ones((4, 3)), "flat": np.ones(3),
                     "a": np.full((4, 3), 7.0)})
-    ee._attach_stage_data_feature_leaves(_graph("depth", "beta", "alpha", "flat", "a"), ctx)
+    graph = Node("rotation", "f", [Node("feature", name) for name in ("depth", "beta", "alpha", "flat", "a")])
+    ee._attach_stage_data_feature_leaves(graph, ctx)
     assert ctx.feature_index == {"a": 0, "b": 1, "c": 2, "alpha": 3, "beta": 4, "depth": 5}
-    assert isinstance(ctx.features, tuple) and len(ctx.features) == 6
+    assert isinstance(ctx.features, tuple) and len(ctx.features) == 6 and not ctx.features[0].any()
     assert ctx.features[5].dtype == np.float64 and ctx.features[5].flags.c_contiguous
     np.testing.assert_array_equal(ctx.features[5], depth)
-    assert not ctx.features[0].any()
 
 
 def test_attached_leaf_evaluates_through_the_engine():

@@ -18,8 +18,7 @@ def _context(data, universe):
 
 
 def _general(graph, data, universe):
-    weights, _ = ee.evaluate(graph, _context(data, universe), data_nan_features=["unused"])
-    return weights
+    return ee.evaluate(graph, _context(data, universe), data_nan_features=["unused"]).weights
 
 
 @given(matrices_with_universe(), st.lists(st.tuples(STATISTICS, WINDOWS), min_size=1, max_size=3))
