@@ -18,18 +18,12 @@ nb::object or_default(nb::handle value, nb::object fallback) {
     return value.is_none() ? fallback : nb::borrow(value);
 }
 
-bool less_than(nb::handle a, nb::handle b) {
-    int r = PyObject_RichCompareBool(a.ptr(), b.ptr(), Py_LT);
-    if (r < 0) throw nb::python_error();
-    return r == 1;
-}
-
 void validate_feature_index(nb::handle feature_index, nb::handle features) {
     Py_ssize_t count = length_of(features);
     nb::int_ zero(0), bound(count);
     for (nb::handle item : feature_index.attr("items")()) {
         nb::handle idx = item[1];
-        if (less_than(idx, zero) || !less_than(idx, bound)) {
+        if (compare(idx, zero, Py_LT) || !compare(idx, bound, Py_LT)) {
             raise_error(host().EvaluationError,
                         msg::feature_index_out_of_bounds(text_of(item[0]), text_of(idx), count));
         }

@@ -12,26 +12,20 @@ namespace {
 
 nb::tuple shape_tuple(nb::handle array_like) { return nb::tuple(array_like.attr("shape")); }
 
-bool same(nb::handle a, nb::handle b) {
-    int r = PyObject_RichCompareBool(a.ptr(), b.ptr(), Py_EQ);
-    if (r < 0) throw nb::python_error();
-    return r == 1;
-}
-
 void validate_signals(nb::handle useful_signals, const nb::tuple& ref) {
     nb::object ref_rows = ref[0];
     for (nb::handle item : useful_signals.attr("items")()) {
         nb::handle sid = item[0];
         nb::handle signal = item[1];
         nb::object weights = getattr_or_none(signal, "weights");
-        if (!weights.is_none() && !same(shape_tuple(weights), ref)) {
+        if (!weights.is_none() && !compare(shape_tuple(weights), ref, Py_EQ)) {
             raise_error(host().EvaluationError,
                         msg::signal_weights_shape(text_of(sid), text_of(shape_tuple(weights)), text_of(ref)));
         }
         nb::object pnl = getattr_or_none(signal, "pnl");
         if (pnl.is_none()) continue;
         nb::tuple pnl_shape = shape_tuple(pnl);
-        if (pnl_shape.size() == 0 || !same(pnl_shape[0], ref_rows)) {
+        if (pnl_shape.size() == 0 || !compare(pnl_shape[0], ref_rows, Py_EQ)) {
             raise_error(host().EvaluationError, msg::signal_pnl_shape(text_of(sid), text_of(pnl_shape), text_of(ref)));
         }
     }
@@ -45,13 +39,13 @@ void validate_evaluation_shapes(nb::handle features, nb::handle universe, nb::ha
     Py_ssize_t count = length_of(features);
     for (Py_ssize_t i = 1; i < count; ++i) {
         nb::tuple shape = shape_tuple(features[i]);
-        if (!same(shape, ref)) {
+        if (!compare(shape, ref, Py_EQ)) {
             raise_error(host().EvaluationError, msg::feature_dimension_mismatch(text_of(ref), i, text_of(shape)));
         }
     }
     if (!universe.is_none()) {
         nb::tuple shape = shape_tuple(universe);
-        if (!same(shape, ref)) {
+        if (!compare(shape, ref, Py_EQ)) {
             raise_error(host().EvaluationError, msg::universe_dimension_mismatch(text_of(ref), text_of(shape)));
         }
     }

@@ -6,18 +6,13 @@
 #include "evaluator/extraction.hpp"
 #include "evaluator/preparation.hpp"
 #include "host/arrays.hpp"
+#include "host/pyutil.hpp"
 
 using namespace nb::literals;
 
 namespace qm {
 
 namespace {
-
-bool less_than(nb::handle a, nb::handle b) {
-    int r = PyObject_RichCompareBool(a.ptr(), b.ptr(), Py_LT);
-    if (r < 0) throw nb::python_error();
-    return r == 1;
-}
 
 long long as_long_long(nb::handle value) {
     long long out = PyLong_AsLongLong(value.ptr());
@@ -83,7 +78,7 @@ void prefill_cold_start(GeneralEvaluation& ev) {
         if (is_none_or_empty(payload)) continue;
         nb::object count = payload.attr("get")("count", 0);
         nb::object window = contains(payload, nb::str("window")) ? nb::object(payload["window"]) : instance.attr("window");
-        if (!less_than(count, window)) continue;
+        if (!compare(count, window, Py_LT)) continue;
         replay_tail(ev, path, instance, window - count);
     }
 }

@@ -6,6 +6,7 @@
 #include "host/format.hpp"
 #include "host/host.hpp"
 #include "host/messages.hpp"
+#include "host/pyutil.hpp"
 
 namespace qm {
 
@@ -18,18 +19,6 @@ nb::object parent_name(const NodeTables& tables, nb::handle path) {
         if (contains(record["children_paths"], path)) return record["node"];
     }
     return nb::none();
-}
-
-bool compare(nb::handle a, nb::handle b, int op) {
-    int r = PyObject_RichCompareBool(a.ptr(), b.ptr(), op);
-    if (r < 0) throw nb::python_error();
-    return r == 1;
-}
-
-nb::set set_of(nb::handle iterable) {
-    PyObject* created = PySet_New(iterable.ptr());
-    if (!created) throw nb::python_error();
-    return nb::steal<nb::set>(created);
 }
 
 }  // namespace

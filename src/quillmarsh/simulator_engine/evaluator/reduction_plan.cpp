@@ -8,6 +8,7 @@
 #include "host/format.hpp"
 #include "host/host.hpp"
 #include "host/messages.hpp"
+#include "host/pyutil.hpp"
 
 namespace qm {
 
@@ -25,9 +26,7 @@ std::int64_t column_position(nb::handle labels, nb::handle column) {
     if (position >= 0) return position;
     if (!PyErr_ExceptionMatches(PyExc_ValueError)) throw nb::python_error();
     PyErr_Clear();
-    nb::object listed = nb::steal(PySequence_List(labels.ptr()));
-    if (!listed.is_valid()) throw nb::python_error();
-    raise_error(host().EvaluationError, msg::pnl_column_missing(text_of(column), repr_of(listed)));
+    raise_error(host().EvaluationError, msg::pnl_column_missing(text_of(column), repr_of(list_of(labels))));
 }
 
 double fixed_pnl(nb::handle vectors, nb::handle signal_id, nb::handle column) {

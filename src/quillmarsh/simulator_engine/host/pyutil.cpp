@@ -64,6 +64,18 @@ nb::list list_of(nb::handle iterable) {
     return nb::steal<nb::list>(out);
 }
 
+nb::set set_of(nb::handle iterable) {
+    PyObject* out = PySet_New(iterable.ptr());
+    if (!out) throw nb::python_error();
+    return nb::steal<nb::set>(out);
+}
+
+bool compare(nb::handle a, nb::handle b, int op) {
+    int r = PyObject_RichCompareBool(a.ptr(), b.ptr(), op);
+    if (r < 0) throw nb::python_error();
+    return r == 1;
+}
+
 nb::object frozenset_of(std::initializer_list<const char*> names) {
     nb::list items;
     for (const char* name : names) items.append(nb::str(name));

@@ -42,6 +42,12 @@ bool is_instance(nb::handle obj, nb::handle cls);
 // list(iterable); errors propagate.
 nb::list list_of(nb::handle iterable);
 
+// set(iterable); errors propagate.
+nb::set set_of(nb::handle iterable);
+
+// The rich comparison `a op b` (op one of Py_LT, Py_EQ, ...) as a bool; errors propagate.
+bool compare(nb::handle a, nb::handle b, int op);
+
 // A new frozenset of the given strings.
 nb::object frozenset_of(std::initializer_list<const char*> names);
 

@@ -27,9 +27,7 @@ void DataNanProvenance::seed(const NodeTables& tables, const nb::dict& reg_map, 
                              nb::handle precomputed_nan_source) {
     marked_.assign(nb::len(reg_map), 0);
     if (!is_none_or_empty(data_nan_features)) {
-        PyObject* created = PySet_New(data_nan_features.ptr());
-        if (!created) throw nb::python_error();
-        nb::set names = nb::steal<nb::set>(created);
+        nb::set names = set_of(data_nan_features);
         for (auto [path, position] : tables.feature_refs) {
             if (names.contains(tables.node_info[path]["node"])) mark(nb::cast<std::int64_t>(reg_map[path]), path);
         }
