@@ -1,0 +1,8 @@
+// The element-wise operators: one line per operator.
+#include "operators/operator_spec.hpp"
+
+namespace qm::ops {
+
+void add_elementwise_operators(std::vector<OperatorSpec>& table) {}
+
+}  // namespace qm::ops

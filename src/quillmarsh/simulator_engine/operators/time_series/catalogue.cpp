@@ -1,0 +1,8 @@
+// The time-series operators: one line per operator.
+#include "operators/operator_spec.hpp"
+
+namespace qm::ops {
+
+void add_time_series_operators(std::vector<OperatorSpec>& table) {}
+
+}  // namespace qm::ops
