@@ -1,4 +1,5 @@
-"""Row-by-row cross-sectional operators in plain NumPy, for tests and benchmarks."""
+"""Cross-sectional operators written with plain NumPy: demean and scale of one row, z-score of a
+matrix row by row."""
 from __future__ import annotations
 
 from typing import Any
@@ -6,6 +7,27 @@ from typing import Any
 import numpy as np
 
 ACCUM = np.longdouble
+
+
+def demean_reference(x: Any) -> np.ndarray:
+    """Subtract the mean of the row's non-NaN cells; NaN cells stay NaN."""
+    row = np.asarray(x, dtype=np.float64)
+    present = ~np.isnan(row)
+    if not present.any():
+        return row.copy()
+    return row - row[present].mean()
+
+
+def scale_reference(x: Any, target: float = 1.0) -> np.ndarray:
+    """Scale the row so that its gross exposure (sum of |x| over non-NaN cells) is `target`.
+
+    A row without exposure (all zero or NaN) is returned unchanged.
+    """
+    row = np.asarray(x, dtype=np.float64)
+    gross = np.nansum(np.abs(row))
+    if gross == 0.0:
+        return row.copy()
+    return row / gross * float(target)
 
 
 def cs_zscore(x: Any) -> np.ndarray:

@@ -2,7 +2,9 @@
 
 User functions are registered with a factory. Built-in functions are stub entries (no
 `factory`, `module_path`, `class_name` or `implementation` attribute), which lets the engine
-run its own vectorised kernels for them; their instances come from `_BUILTINS`.
+run its own vectorised kernels for them. Instances of native operators (the engine's operator
+table) are `NativeFunction` objects, which the general evaluator steps without Python; the
+the reductions' instances come from `_BUILTINS`.
 """
 from __future__ import annotations
 
@@ -11,12 +13,8 @@ from collections.abc import Callable
 from dataclasses import dataclass
 from typing import Any
 
-from quillmarsh.functions.builtins.combine import NumericalCombine
-from quillmarsh.functions.builtins.longitudinal import (ROLLING_MEAN, ROLLING_STD, ROLLING_ZSCORE,
-                                                         RollingMean, RollingStd, RollingZScore)
-from quillmarsh.functions.builtins.rank import LatitudinalRank
 from quillmarsh.functions.builtins.reductions import MeanReduction, PnlWeightedReduction
-from quillmarsh.functions.builtins.transforms import Demean, Scale
+from quillmarsh.simulator_engine.expression_evaluator import NativeFunction, _operator_table
 
 
 @dataclass(frozen=True)
@@ -45,23 +43,16 @@ class _Builtin:
     stateful: bool
 
 
-_WINDOW_SCHEMA = [("window", "int")]
+# name -> {"name", "alias", "family", "arity", "stateful", "param_schema"}
+NATIVE_OPERATORS: dict[str, dict[str, Any]] = {row["name"]: row for row in _operator_table()}
 
 _BUILTINS: dict[str, _Builtin] = {
-    "latitudinal_rank_688068": _Builtin(LatitudinalRank, None, "latitudinal", False),
-    "numerical_combine_d65e04": _Builtin(NumericalCombine, None, "numerical", False),
-    ROLLING_MEAN: _Builtin(RollingMean, _WINDOW_SCHEMA, "longitudinal", True),
-    ROLLING_STD: _Builtin(RollingStd, _WINDOW_SCHEMA, "longitudinal", True),
-    ROLLING_ZSCORE: _Builtin(RollingZScore, _WINDOW_SCHEMA, "longitudinal", True),
     "reduction_mean_3f9c2e": _Builtin(MeanReduction, None, "reduction", False),
     "reduction_pnl_weighted_b7d41a": _Builtin(
         PnlWeightedReduction,
         [("window", "int"),
          {"name": "pnl_column", "type": "string", "default": "gross_returns"}],
         "reduction", True),
-    "cross_sectional_demean_5e2a7c": _Builtin(Demean, None, "transform", False),
-    "cross_sectional_scale_c81f06": _Builtin(
-        Scale, [{"name": "target", "type": "float", "default": 1.0}], "transform", False),
 }
 
 
@@ -106,6 +97,8 @@ class FunctionRegistry:
         entry = self.get_entry(name)
         if isinstance(entry, FactoryEntry):
             return entry.factory(**config)
+        if name in NATIVE_OPERATORS:
+            return NativeFunction(name, **config)
         builtin = _BUILTINS.get(name)
         if builtin is None:
             raise TypeError(f"Function '{name}' has no factory; its instances cannot be created")
@@ -125,6 +118,9 @@ class FunctionRegistry:
 def default_registry() -> FunctionRegistry:
     """A new registry holding every built-in function."""
     registry = FunctionRegistry()
+    for name, row in NATIVE_OPERATORS.items():
+        registry.register(name, param_schema=copy.deepcopy(row["param_schema"]),
+                          family=row["family"], stateful=row["stateful"])
     for name, builtin in _BUILTINS.items():
         registry.register(name, param_schema=copy.deepcopy(builtin.param_schema),
                           family=builtin.family, stateful=builtin.stateful)

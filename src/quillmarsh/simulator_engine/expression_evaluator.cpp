@@ -13,6 +13,7 @@ void export_fast_paths(nb::module_& m);  // fast_paths/: masking rule and whole-
 void export_evaluator(nb::module_& m);   // evaluator/: evaluate, EvaluationResult, general evaluator
 void export_filtration(nb::module_& m);  // filtration/: filter trees and passing signals' weights
 void export_warmup(nb::module_& m);      // warmup/: warm-up rows of a graph and of restored instances
+void export_operators(nb::module_& m);   // operators/: native operator instances and the operator table
 }  // namespace qm
 
 NB_MODULE(expression_evaluator, m) {
@@ -23,4 +24,5 @@ NB_MODULE(expression_evaluator, m) {
     qm::export_evaluator(m);
     qm::export_filtration(m);
     qm::export_warmup(m);
+    qm::export_operators(m);
 }

@@ -26,6 +26,9 @@ void run_filtration(GeneralEvaluation& ev, Instruction& ins, std::int64_t t);
 // Function node: the instance called with its data children's rows.
 void run_rotation(GeneralEvaluation& ev, Program& program, Instruction& ins, std::int64_t t);
 
+// Function node of a native instance: its row operator stepped on the children's registers.
+void run_native(GeneralEvaluation& ev, Program& program, Instruction& ins, std::int64_t t);
+
 // Reduction node: the mean of the signals' rows, or the stateful instance fed with their PnL.
 void run_reduction(GeneralEvaluation& ev, Program& program, Instruction& ins, std::int64_t t);
 

@@ -4,6 +4,7 @@
 
 #include "graph/identities.hpp"
 #include "host/arrays.hpp"
+#include "operators/native_function.hpp"
 
 namespace qm {
 
@@ -79,6 +80,18 @@ void compile_literal(Instruction& ins, const GeneralEvaluation& ev, nb::handle n
     }
 }
 
+// A native instance whose data children match its inputs is stepped directly;
+// any other count goes through the Python call, which reports it.
+void compile_native(Instruction& ins, const Program& program) {
+    ops::RowOperator* native = ops::native_operator_of(ins.instance);
+    if (native == nullptr || ops::native_arity_of(ins.instance) != ins.arg_regs.size()) return;
+    ins.native = native;
+    for (std::int64_t reg : ins.arg_regs) {
+        ins.native_inputs.push_back(program.row(reg));
+        ins.native_into_scratch = ins.native_into_scratch || reg == ins.reg;
+    }
+}
+
 void compile_function(Instruction& ins, const GeneralEvaluation& ev, const Program& program, nb::handle ntype,
                       nb::handle record) {
     ins.instance = ev.tables.func_instances[ins.path];
@@ -91,6 +104,7 @@ void compile_function(Instruction& ins, const GeneralEvaluation& ev, const Progr
     ins.kind = OpKind::Rotation;
     ins.arg_regs = argument_registers(ev, program, ins, record);
     ins.pass_context = !ev.tables.bound_paths.contains(ins.path);
+    compile_native(ins, program);
 }
 
 Instruction compile_node(GeneralEvaluation& ev, Program& program, FeatureSources& sources, nb::handle path) {
@@ -139,6 +153,7 @@ Program compile_program(GeneralEvaluation& ev) {
     program.views = !is_none_or_empty(ev.tables.bound_instances);
     program.context_kwnames = nb::make_tuple("context");
     program.signal_pnl_kwnames = nb::make_tuple("signal_pnl");
+    program.scratch.resize(static_cast<std::size_t>(ev.N));
     FeatureSources sources(ev, program);
     for (nb::handle path : ev.tables.topo_order) program.code.push_back(compile_node(ev, program, sources, path));
     program.root_reg = reg_of(ev, nb::str("root"));

@@ -12,6 +12,7 @@
 #include "evaluator/extraction.hpp"
 #include "evaluator/general_evaluation.hpp"
 #include "evaluator/row_source.hpp"
+#include "operators/row_operator.hpp"
 #include "provenance/data_nan.hpp"
 
 namespace qm {
@@ -66,6 +67,11 @@ struct Instruction {
     bool pass_context = false;           // registry-created instances also get context=
     NanCheckNode nan_check;
 
+    // Native operator instances are stepped on the registers, without Python.
+    ops::RowOperator* native = nullptr;
+    std::vector<const double*> native_inputs;  // the data children's register rows
+    bool native_into_scratch = false;          // the node's register is also an input
+
     // Reduction and filtration plans, built at the node's first row.
     nb::object reduction_record;
     std::unique_ptr<ReductionPlan> reduction;
@@ -85,6 +91,7 @@ struct Program {
     std::int64_t n = 0;
     std::int64_t root_reg = 0;
     std::vector<double*> node_outputs;  // by register: the node's (T, N) output matrix, when captured
+    std::vector<double> scratch;        // one row, for native steps whose output register is an input
     nb::object context_kwnames;         // ("context",)
     nb::object signal_pnl_kwnames;      // ("signal_pnl",)
 

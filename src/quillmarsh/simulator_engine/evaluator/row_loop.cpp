@@ -15,7 +15,7 @@ void run_node(GeneralEvaluation& ev, Program& program, Instruction& ins, std::in
         case OpKind::Literal: return run_literal(program, ins);
         case OpKind::Filtration: return run_filtration(ev, ins, t);
         case OpKind::Reduction: return run_reduction(ev, program, ins, t);
-        case OpKind::Rotation: return run_rotation(ev, program, ins, t);
+        case OpKind::Rotation: return ins.native ? run_native(ev, program, ins, t) : run_rotation(ev, program, ins, t);
         case OpKind::Precomputed: return run_precomputed(program, ins, t);
         case OpKind::Inert: return;
     }

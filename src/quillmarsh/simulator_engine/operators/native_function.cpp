@@ -1,0 +1,82 @@
+#include "operators/native_function.hpp"
+
+#include <cstring>
+
+#include "host/arrays.hpp"
+#include "host/format.hpp"
+#include "operators/operator_params.hpp"
+#include "operators/operator_state.hpp"
+
+namespace qm::ops {
+
+namespace {
+
+[[noreturn]] void raise(PyObject* type, const std::string& message) {
+    PyErr_SetString(type, message.c_str());
+    throw nb::python_error();
+}
+
+const OperatorSpec& spec_named(const std::string& name) {
+    for (const OperatorSpec& spec : operator_table()) {
+        if (name == spec.name) return spec;
+    }
+    raise(PyExc_KeyError, "'" + name + "' is not a native operator");
+}
+
+std::string shape_of(std::int64_t n) { return shape_text({static_cast<long long>(n)}); }
+
+}  // namespace
+
+NativeFunction::NativeFunction(const std::string& name, nb::handle config) : spec_(&spec_named(name)) {
+    OperatorParams params = convert_params(*spec_, config);
+    params_ = std::move(params.values);
+    config_ = std::move(params.config);
+    op_ = spec_->make(params_);
+}
+
+nb::object NativeFunction::call(nb::args rows, nb::kwargs kwargs) {
+    for (auto [key, value] : kwargs) {
+        if (text_of(key) != "context") raise(PyExc_TypeError, std::string(spec_->name) + " got an unexpected keyword argument " + repr_of(key));
+    }
+    if (rows.size() != spec_->arity) {
+        raise(PyExc_ValueError, std::string(spec_->name) + " takes " + std::to_string(spec_->arity) + " row(s), got " +
+                                    std::to_string(rows.size()));
+    }
+    std::vector<nb::object> arrays;
+    std::vector<const double*> inputs;
+    std::int64_t n = -1;
+    for (nb::handle row : rows) {
+        nb::object array = as_float64_contiguous(row);
+        std::vector<std::int64_t> dims = dims_of(array);
+        if (dims.size() != 1) {
+            raise(PyExc_ValueError, "expected a row vector, got shape " + shape_text({dims.begin(), dims.end()}));
+        }
+        if (n >= 0 && dims[0] != n) {
+            raise(PyExc_ValueError, "expected rows of one width, got shapes " + shape_of(n) + " and " + shape_of(dims[0]));
+        }
+        n = dims[0];
+        inputs.push_back(float64_data(array));
+        arrays.push_back(std::move(array));
+    }
+    nb::object out = empty_float64({n < 0 ? 0 : n});
+    op_->step(inputs.data(), float64_data(out), n < 0 ? 0 : n);
+    return out;
+}
+
+nb::dict NativeFunction::state_payload_of() { return state_payload(*op_); }
+
+void NativeFunction::set_state(nb::handle data) { op_ = restored_operator(*spec_, params_, data); }
+
+RowOperator* native_operator_of(nb::handle instance) {
+    NativeFunction* native = nullptr;
+    if (!nb::try_cast<NativeFunction*>(instance, native) || native == nullptr) return nullptr;
+    return &native->row_operator();
+}
+
+std::size_t native_arity_of(nb::handle instance) {
+    NativeFunction* native = nullptr;
+    if (!nb::try_cast<NativeFunction*>(instance, native) || native == nullptr) return 0;
+    return native->spec().arity;
+}
+
+}  // namespace qm::ops

@@ -1,0 +1,107 @@
+#include "operators/operator_params.hpp"
+
+#include <cmath>
+#include <string>
+
+#include "host/format.hpp"
+
+namespace qm::ops {
+
+namespace {
+
+[[noreturn]] void raise_type(const std::string& message) {
+    PyErr_SetString(PyExc_TypeError, message.c_str());
+    throw nb::python_error();
+}
+
+[[noreturn]] void raise_value(const std::string& message) {
+    PyErr_SetString(PyExc_ValueError, message.c_str());
+    throw nb::python_error();
+}
+
+std::string not_an_integer(const ParamSpec& param, nb::handle value) {
+    return std::string(param.name) + " must be an integer, got " + repr_of(value);
+}
+
+// An integer parameter: a Python int or anything with __index__, never a bool.
+long long integer_value(const ParamSpec& param, nb::handle value) {
+    if (PyBool_Check(value.ptr())) raise_type(not_an_integer(param, value));
+    PyObject* index = PyNumber_Index(value.ptr());
+    if (!index) {
+        PyErr_Clear();
+        raise_type(not_an_integer(param, value));
+    }
+    long long out = PyLong_AsLongLong(index);
+    Py_DECREF(index);
+    if (out == -1 && PyErr_Occurred()) throw nb::python_error();
+    return out;
+}
+
+// A window: an integer, or a float floored to one (the usual rule of formulaic alphas).
+long long window_value(const ParamSpec& param, nb::handle value) {
+    long long length = 0;
+    if (PyFloat_Check(value.ptr())) {
+        const double raw = PyFloat_AS_DOUBLE(value.ptr());
+        if (!std::isfinite(raw)) raise_value(std::string(param.name) + " must be finite, got " + repr_of(value));
+        const double floored = std::floor(raw);
+        if (floored < 1.0) raise_value(std::string(param.name) + " must be at least 1, got " + std::to_string(static_cast<long long>(floored)));
+        if (floored > 9.0e15) raise_value(std::string(param.name) + " is too large, got " + repr_of(value));
+        length = static_cast<long long>(floored);
+    } else {
+        length = integer_value(param, value);
+    }
+    if (length < 1) raise_value(std::string(param.name) + " must be at least 1, got " + std::to_string(length));
+    return length;
+}
+
+double number_value(const ParamSpec& param, nb::handle value) {
+    const std::string message = std::string(param.name) + " must be a number, got " + repr_of(value);
+    if (PyBool_Check(value.ptr()) || PyUnicode_Check(value.ptr()) || PyBytes_Check(value.ptr())) raise_type(message);
+    const double out = PyFloat_AsDouble(value.ptr());
+    if (out == -1.0 && PyErr_Occurred()) {
+        PyErr_Clear();
+        raise_type(message);
+    }
+    return out;
+}
+
+void check_known_names(const OperatorSpec& spec, nb::dict config) {
+    for (auto [key, value] : config) {
+        bool known = false;
+        for (const ParamSpec& param : spec.params) known = known || text_of(key) == param.name;
+        if (!known) raise_type(std::string(spec.name) + " got an unexpected parameter " + repr_of(key));
+    }
+}
+
+}  // namespace
+
+OperatorParams convert_params(const OperatorSpec& spec, nb::handle config) {
+    if (!PyDict_Check(config.ptr())) raise_type("the configuration must be a dict, got " + type_name_of(config));
+    nb::dict given = nb::borrow<nb::dict>(config);
+    check_known_names(spec, given);
+    OperatorParams out;
+    for (const ParamSpec& param : spec.params) {
+        nb::str key(param.name);
+        if (!given.contains(key)) {
+            if (!param.has_default) raise_type(std::string(spec.name) + " is missing the parameter '" + param.name + "'");
+            out.values.push_back(param.default_value);
+            out.config[key] = param.kind == ParamKind::Number ? nb::object(nb::float_(param.default_value))
+                                                              : nb::object(nb::int_(static_cast<long long>(param.default_value)));
+            continue;
+        }
+        nb::handle value = given[key];
+        if (param.kind == ParamKind::Number) {
+            const double number = number_value(param, value);
+            out.values.push_back(number);
+            out.config[key] = nb::float_(number);
+        } else {
+            const long long integer =
+                param.kind == ParamKind::Window ? window_value(param, value) : integer_value(param, value);
+            out.values.push_back(static_cast<double>(integer));
+            out.config[key] = nb::int_(integer);
+        }
+    }
+    return out;
+}
+
+}  // namespace qm::ops
