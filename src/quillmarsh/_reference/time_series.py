@@ -197,3 +197,34 @@ def _time_cross_sum(w: np.ndarray) -> np.ndarray:
 
 def _time_square_sum(d: int) -> float:
     return d * (d * float(d) - 1.0) / 12.0
+
+
+def _by_window(reference: Callable[..., np.ndarray]) -> Callable[[list, dict], np.ndarray]:
+    return lambda inputs, params: reference(*inputs, int(params["window"]))
+
+
+# Registry name -> reference(inputs, params): `inputs` the (T, N) matrices in child order,
+# `params` the configuration by parameter name.
+TIME_SERIES_REFERENCES: dict[str, Callable[[list, dict], np.ndarray]] = {
+    "ts_delay_ab464f": _by_window(delay),
+    "ts_delta_736fca": _by_window(delta),
+    "ts_sum_b59147": _by_window(ts_sum),
+    "ts_min_508660": _by_window(ts_min),
+    "ts_max_381223": _by_window(ts_max),
+    "ts_argmax_901fc1": _by_window(ts_argmax),
+    "ts_argmin_6fbbfa": _by_window(ts_argmin),
+    "ts_rank_f40f3b": _by_window(ts_rank),
+    "ts_product_dcd9bf": _by_window(ts_product),
+    "ts_decay_linear_a8d992": _by_window(decay_linear),
+    "ts_correlation_146959": _by_window(correlation),
+    "ts_covariance_d591af": _by_window(covariance),
+    "ts_ema_6a7a53": _by_window(ema),
+    "ts_wma_aa55c9": _by_window(decay_linear),
+    "ts_skew_ce7d34": _by_window(ts_skew),
+    "ts_kurt_137370": _by_window(ts_kurt),
+    "ts_quantile_8fcf1f": lambda inputs, params: ts_quantile(inputs[0], int(params["window"]), params["q"]),
+    "ts_median_b8bc47": _by_window(ts_median),
+    "ts_slope_68f018": _by_window(ts_slope),
+    "ts_rsquare_92ad5b": _by_window(ts_rsquare),
+    "ts_residual_33a029": _by_window(ts_residual),
+}
