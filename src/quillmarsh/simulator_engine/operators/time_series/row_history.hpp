@@ -1,0 +1,47 @@
+// The history every windowed time-series operator keeps: the last `rows` rows
+// of each data input in a ring, and the number of rows consumed. Pure C++.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <vector>
+
+#include "operators/row_operator.hpp"
+
+namespace qm::ops {
+
+class RowHistory {
+public:
+    RowHistory(std::int64_t rows, std::size_t inputs);
+
+    // Copies one row of each input into the ring. The first row fixes the
+    // width; a row of another width throws std::invalid_argument.
+    void push(const double* const* inputs, std::int64_t n);
+
+    // Copies column `column` of input `input`, oldest row first, into `window`
+    // (rows() values). Meaningful once full().
+    void gather(std::size_t input, std::int64_t column, double* window) const;
+
+    bool full() const { return count_ >= rows_; }
+    std::int64_t rows() const { return rows_; }
+    std::int64_t count() const { return count_; }
+    std::int64_t width() const { return width_; }
+
+    // Allocates a NaN ring for rows of n cells and sets the row count; the
+    // caller then fills the ring through fields().
+    void restore(std::int64_t n, std::int64_t count);
+
+    // "ring": (inputs, rows, n) float64, row r of the run in slot r % rows.
+    std::vector<StateField> fields();
+
+private:
+    void fix_width(std::int64_t n);
+
+    std::int64_t rows_;            // rows of history kept per input
+    std::size_t inputs_;           // data inputs
+    std::int64_t count_ = 0;       // rows consumed over the whole run
+    std::int64_t width_ = -1;      // row width, -1 until the first row or a restore
+    std::vector<double> ring_;     // inputs x rows x width, row-major
+};
+
+}  // namespace qm::ops

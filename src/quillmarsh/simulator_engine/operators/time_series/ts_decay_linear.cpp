@@ -1,0 +1,37 @@
+// decay_linear(x, d) and wma(x, d): the linearly weighted mean of each
+//   column's trailing d values, weight d for the current row down to 1 for the
+//   oldest, normalised by the weights' sum d (d + 1) / 2.
+// Input: one row of n float64 cells per step; output: n cells.
+// NaN / warm-up: NaN until d rows are seen and wherever the window holds a NaN;
+//   infinities are values.
+// Arithmetic: the weighted sum runs oldest to newest in long double and is
+//   divided once, then rounded to float64; recomputed from the ring at every
+//   row, so no error builds up over a run. O(d) per cell.
+// State: "count", "window" = d, "ring" (1, d, n).
+// Runs without the GIL, touches no Python object.
+#include "operators/time_series/kernels.hpp"
+#include "operators/time_series/window_math.hpp"
+#include "operators/time_series/windowed_operator.hpp"
+
+namespace qm::ops {
+
+namespace {
+
+struct DecayLinear {
+    static constexpr std::size_t inputs = 1;
+    static constexpr bool whole_window = true;
+    double operator()(const double* const* w, std::int64_t d) const {
+        Accum weighted = 0.0L;
+        for (std::int64_t k = 0; k < d; ++k) weighted += static_cast<Accum>(k + 1) * w[0][k];
+        const Accum weights = static_cast<Accum>(d) * static_cast<Accum>(d + 1) / 2.0L;
+        return static_cast<double>(weighted / weights);
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<RowOperator> make_ts_decay_linear(const std::vector<double>& params) {
+    return make_windowed(DecayLinear{}, window_param(params));
+}
+
+}  // namespace qm::ops

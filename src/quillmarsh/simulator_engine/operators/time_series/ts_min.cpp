@@ -1,0 +1,34 @@
+// ts_min(x, d): the smallest of each column's trailing d values.
+// Input: one row of n float64 cells per step; output: n cells.
+// NaN / warm-up: NaN until d rows are seen and wherever the window holds a NaN;
+//   infinities are values. Exact (a value of the window); -0.0 and 0.0 compare
+//   equal and the oldest of them is returned.
+// Complexity: O(d) per cell, recomputed from the ring.
+// State: "count", "window" = d, "ring" (1, d, n).
+// Runs without the GIL, touches no Python object.
+#include "operators/time_series/kernels.hpp"
+#include "operators/time_series/windowed_operator.hpp"
+
+namespace qm::ops {
+
+namespace {
+
+struct TsMin {
+    static constexpr std::size_t inputs = 1;
+    static constexpr bool whole_window = true;
+    double operator()(const double* const* w, std::int64_t d) const {
+        double best = w[0][0];
+        for (std::int64_t k = 1; k < d; ++k) {
+            if (w[0][k] < best) best = w[0][k];
+        }
+        return best;
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<RowOperator> make_ts_min(const std::vector<double>& params) {
+    return make_windowed(TsMin{}, window_param(params));
+}
+
+}  // namespace qm::ops

@@ -1,0 +1,32 @@
+// ts_product(x, d): the product of each column's trailing d values.
+// Input: one row of n float64 cells per step; output: n cells.
+// NaN / warm-up: NaN until d rows are seen and wherever the window holds a NaN;
+//   infinities are values (0 * inf is NaN).
+// Arithmetic: float64 products oldest to newest, recomputed from the ring at
+//   every row (never divided out), so streaming is exact. O(d) per cell.
+// State: "count", "window" = d, "ring" (1, d, n).
+// Runs without the GIL, touches no Python object.
+#include "operators/time_series/kernels.hpp"
+#include "operators/time_series/windowed_operator.hpp"
+
+namespace qm::ops {
+
+namespace {
+
+struct Product {
+    static constexpr std::size_t inputs = 1;
+    static constexpr bool whole_window = true;
+    double operator()(const double* const* w, std::int64_t d) const {
+        double product = w[0][0];
+        for (std::int64_t k = 1; k < d; ++k) product *= w[0][k];
+        return product;
+    }
+};
+
+}  // namespace
+
+std::unique_ptr<RowOperator> make_ts_product(const std::vector<double>& params) {
+    return make_windowed(Product{}, window_param(params));
+}
+
+}  // namespace qm::ops
