@@ -130,7 +130,7 @@ class _Parser:
             return Const(literal_value(token), token.offset)
         if token.kind == NAME:
             return self.name()
-        raise self.unexpected(token)
+        raise self.unexpected(token, "an operand")
 
     def name(self) -> Term:
         token = self.advance()
