@@ -76,10 +76,10 @@ class GraphBuilder:
         if isinstance(left, Const) and isinstance(right, Const):
             return Const(binary.fold(self.number(left), self.number(right)), left.offset)
         if isinstance(right, Const):
-            return self.node(binary.scalar, [left, self.value(right)], left.offset)
+            return self.node(binary.scalar, [left, self.value(right)], offset)
         if isinstance(left, Const):
-            return self.node(binary.reflected, [right, self.value(left)], left.offset)
-        return self.node(binary.alias, [left, right], left.offset)
+            return self.node(binary.reflected, [right, self.value(left)], offset)
+        return self.node(binary.alias, [left, right], offset)
 
     def unary(self, unary: Unary, operand: Term, offset: int) -> Term:
         if isinstance(operand, Const):
@@ -94,7 +94,7 @@ class GraphBuilder:
             return chosen if self.number(condition) != 0 else otherwise
         branches = [self.node(CONSTANT_LIKE, [condition, self.value(branch)], branch.offset)
                     if isinstance(branch, Const) else branch for branch in (chosen, otherwise)]
-        return self.node(WHERE, [condition, *branches], condition.offset)
+        return self.node(WHERE, [condition, *branches], offset)
 
     def call(self, name: str, args: list[Term], keywords: dict[str, Const], offset: int) -> Term:
         alias = canonical_alias(name)
