@@ -1,4 +1,7 @@
-"""Loading the user's market data: `.npz` archives, or Parquet through pyarrow."""
+"""Loading the user's market data: `.npz` archives, long CSV tables, or Parquet through pyarrow.
+
+Every loader's market gains the dollar volume `amount` when it lacks one (see dollar_volume).
+"""
 from __future__ import annotations
 
 import zipfile
@@ -6,6 +9,8 @@ from pathlib import Path
 
 import numpy as np
 
+from quillmarsh.cli.csv_io import load_csv_market
+from quillmarsh.cli.dollar_volume import with_amount
 from quillmarsh.cli.errors import UserError
 from quillmarsh.cli.market_data import MarketData, checked_market
 
@@ -13,7 +18,11 @@ UNIVERSE = "universe"
 
 
 def load_market(path: Path) -> MarketData:
-    """An `.npz` file, a folder of wide Parquet files, or one long `.parquet` file."""
+    """An `.npz` file, a long `.csv` file, a folder of wide Parquet files, or one long `.parquet` file."""
+    return with_amount(_load(path))
+
+
+def _load(path: Path) -> MarketData:
     if not path.exists():
         raise UserError(f"data file {path} does not exist")
     if path.is_dir() or path.suffix == ".parquet":
@@ -21,8 +30,10 @@ def load_market(path: Path) -> MarketData:
         return parquet_io.load_parquet_market(path)
     if path.suffix == ".npz":
         return load_npz_market(path)
-    raise UserError(f"data file {path}: expected an .npz file, a .parquet file or a folder "
-                    f"of .parquet files")
+    if path.suffix == ".csv":
+        return load_csv_market(path)
+    raise UserError(f"data file {path}: expected an .npz file, a .csv file, a .parquet file or "
+                    f"a folder of .parquet files")
 
 
 def load_npz_market(path: Path) -> MarketData:

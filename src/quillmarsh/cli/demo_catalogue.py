@@ -3,7 +3,8 @@
 {"examples": [{"name": ..., "file": ..., "data": "market" | "long" | "pool"}, ...],
  "stream": <name of the example streamed day by day>}
 "data" picks what the example runs on: the synthetic market (the default), the long
-single-feature run, or the market with the pool of useful signals.
+single-feature run, or the market with the pool of useful signals. An example may also take
+one named signal of a signal file: {"name": ..., "file": "alpha101.txt", "signal": "alpha001"}.
 """
 from __future__ import annotations
 
@@ -16,6 +17,7 @@ from quillmarsh.simulator_engine._types import FunctionGraphNode
 
 from quillmarsh.cli.errors import UserError
 from quillmarsh.cli.graph_source import load_graph
+from quillmarsh.cli.signal_file import read_signal_file
 
 DATA_KINDS = ("market", "long", "pool")
 
@@ -53,4 +55,13 @@ def _example(folder: Path, entry: dict, registry: Any) -> Example:
     if data not in DATA_KINDS:
         raise UserError(f"example '{entry['name']}': data must be one of {', '.join(DATA_KINDS)}")
     file = folder / entry["file"]
+    if "signal" in entry:
+        return Example(entry["name"], file, data, _named_signal(file, entry["signal"], registry))
     return Example(entry["name"], file, data, load_graph(str(file), registry))
+
+
+def _named_signal(file: Path, name: str, registry: Any) -> FunctionGraphNode:
+    signal = next((signal for signal in read_signal_file(file, registry) if signal.name == name), None)
+    if signal is None:
+        raise UserError(f"{file} has no signal named '{name}'")
+    return signal.graph

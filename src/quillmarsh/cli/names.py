@@ -1,13 +1,20 @@
-"""Function names of the text form: friendly aliases of the built-ins and the node kind of a call."""
+"""Function names of the text form: aliases of the built-ins and native operators, the paper
+spellings of the alpha literature, and the node kind of a call.
+
+Aliases and paper spellings are matched whatever their case (`Ts_Rank`, `SignedPower`); a
+registry name is matched exactly.
+"""
 from __future__ import annotations
 
+import functools
 from typing import Any
 
+from quillmarsh.simulator_engine import expression_evaluator
 from quillmarsh.simulator_engine.expression_evaluator import FILTRATION_NODE_TYPES
 
 PRODUCT = "numerical_combine_d65e04"
 
-ALIASES: dict[str, str] = {
+BUILTIN_ALIASES: dict[str, str] = {
     "rank": "latitudinal_rank_688068",
     "mul": PRODUCT,
     "mean": "longitudinal_accumulators_25c7fb",
@@ -19,7 +26,39 @@ ALIASES: dict[str, str] = {
     "pool_pnl_weighted": "reduction_pnl_weighted_b7d41a",
 }
 
-ALIAS_OF: dict[str, str] = {name: alias for alias, name in ALIASES.items()}
+# Other spellings of an alias, as the alpha literature writes them; printing uses the alias.
+PAPER_SPELLINGS: dict[str, str] = {
+    "sum": "ts_sum", "product": "ts_product", "stddev": "std", "ts_mean": "mean", "ts_std": "std",
+    "ts_stddev": "std",
+}
+
+
+@functools.cache
+def aliases() -> dict[str, str]:
+    """Alias -> registry name, for the built-ins and every native operator."""
+    table = {row["alias"]: row["name"] for row in expression_evaluator._operator_table()}
+    return {**table, **BUILTIN_ALIASES}
+
+
+@functools.cache
+def _alias_of() -> dict[str, str]:
+    return {name: alias for alias, name in aliases().items() if alias != "mul"} | {PRODUCT: "mul"}
+
+
+def registry_name(alias: str) -> str:
+    """The registry name behind an alias the text form itself uses ("add", "where")."""
+    return aliases()[alias]
+
+
+def alias_of(function_name: str) -> str | None:
+    return _alias_of().get(function_name)
+
+
+def canonical_alias(written: str) -> str | None:
+    """The alias a name written in a call stands for, ignoring case; None when it is no alias."""
+    key = written.lower()
+    key = PAPER_SPELLINGS.get(key, key)
+    return key if key in aliases() else None
 
 
 def is_filter_operator(name: str) -> bool:
@@ -34,7 +73,8 @@ def resolve_call(name: str, registry: Any) -> tuple[str, str] | None:
     """
     if is_filter_operator(name):
         return name, name
-    function_name = ALIASES.get(name, name)
+    alias = canonical_alias(name)
+    function_name = aliases()[alias] if alias else name
     if not registry.has(function_name):
         return None
     family = getattr(registry.get_entry(function_name), "family", "")
@@ -42,5 +82,5 @@ def resolve_call(name: str, registry: Any) -> tuple[str, str] | None:
 
 
 def display_name(function_name: str) -> str:
-    """The alias of a built-in, or the registry name itself."""
-    return ALIAS_OF.get(function_name, function_name)
+    """The alias of a built-in or native operator, or the registry name itself."""
+    return alias_of(function_name) or function_name
