@@ -1,39 +1,35 @@
 """Loading the user's market data: `.npz` archives, or Parquet through pyarrow."""
 from __future__ import annotations
 
-import zipfile
 from pathlib import Path
 
-import numpy as np
-
+from quillmarsh.cli.data_size import DEFAULT_LIMIT
 from quillmarsh.cli.errors import UserError
 from quillmarsh.cli.market_data import MarketData, checked_market
+from quillmarsh.cli.npz_reader import read_npz
 
 UNIVERSE = "universe"
 
 
-def load_market(path: Path) -> MarketData:
-    """An `.npz` file, a folder of wide Parquet files, or one long `.parquet` file."""
+def load_market(path: Path, limit: int = DEFAULT_LIMIT) -> MarketData:
+    """An `.npz` file, a folder of wide Parquet files, or one long `.parquet` file, whose
+    arrays fit in `limit` bytes."""
     if not path.exists():
         raise UserError(f"data file {path} does not exist")
     if path.is_dir() or path.suffix == ".parquet":
         from quillmarsh.cli import parquet_io
-        return parquet_io.load_parquet_market(path)
+        return parquet_io.load_parquet_market(path, limit)
     if path.suffix == ".npz":
-        return load_npz_market(path)
+        return load_npz_market(path, limit)
     raise UserError(f"data file {path}: expected an .npz file, a .parquet file or a folder "
                     f"of .parquet files")
 
 
-def load_npz_market(path: Path) -> MarketData:
+def load_npz_market(path: Path, limit: int = DEFAULT_LIMIT) -> MarketData:
     """One (T, N) array per feature and one named `universe`."""
-    try:
-        with np.load(path, allow_pickle=False) as archive:
-            arrays = {name: archive[name] for name in archive.files}
-    except (OSError, ValueError, zipfile.BadZipFile) as error:
-        raise UserError(f"data file {path} cannot be read as .npz: {error}") from None
+    arrays = read_npz(path, f"data file {path}", limit)
     if UNIVERSE not in arrays:
         raise UserError(f"data file {path} has no '{UNIVERSE}' array "
                         f"(1 where an asset is in the universe on a day, 0 or NaN where not)")
     universe = arrays.pop(UNIVERSE)
-    return checked_market(arrays, universe, str(path))
+    return checked_market(arrays, universe, str(path), limit)

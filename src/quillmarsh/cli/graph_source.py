@@ -17,9 +17,18 @@ def load_graph(expression_or_file: str, registry: Any) -> FunctionGraphNode:
     path = Path(expression_or_file)
     if path.suffix == ".json":
         return graph_from_json_text(_read(path), str(path))
-    if path.is_file():
+    if _is_file(path):
         return _parse_file(path, registry)
     return parse_expression(expression_or_file, registry)
+
+
+def _is_file(path: Path) -> bool:
+    """Whether `path` names an existing file; False for text that cannot be a file name (too
+    long, a null character, not encodable)."""
+    try:
+        return path.is_file()
+    except (OSError, ValueError):
+        return False
 
 
 def _parse_file(path: Path, registry: Any) -> FunctionGraphNode:
