@@ -76,6 +76,7 @@ def _write_temporary(path: Path, write: Writer) -> str:
     fd, temporary = tempfile.mkstemp(prefix=f".{path.name[:_NAME_PREFIX_CHARS]}.", suffix=".tmp",
                                      dir=path.parent)
     try:
+        os.fchmod(fd, _mode_for(path))
         with os.fdopen(fd, "wb") as stream:
             write(stream)
             stream.flush()
@@ -85,6 +86,17 @@ def _write_temporary(path: Path, write: Writer) -> str:
         Path(temporary).unlink(missing_ok=True)
         raise
     return temporary
+
+
+def _mode_for(path: Path) -> int:
+    """The permissions of the file being replaced, else those of a new file (temporary files
+    are created private)."""
+    try:
+        return stat.S_IMODE(os.stat(path).st_mode)
+    except FileNotFoundError:
+        umask = os.umask(0)
+        os.umask(umask)
+        return 0o666 & ~umask
 
 
 def _check_size(stream: BinaryIO) -> None:
