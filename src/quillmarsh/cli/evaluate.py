@@ -15,7 +15,8 @@ from quillmarsh.cli.engine_context import build_context
 from quillmarsh.cli.engine_path import GENERAL, LONGITUDINAL, STATES_PATH_NOTE, engine_path
 from quillmarsh.cli.errors import UserError
 from quillmarsh.cli.evaluation import evaluate_graph
-from quillmarsh.cli.graph_checks import check_feature_list, check_features, check_functions
+from quillmarsh.cli.graph_checks import (check_feature_list, check_features, check_functions,
+                                         check_state_functions)
 from quillmarsh.cli.graph_source import load_graph
 from quillmarsh.cli.states_io import load_states, states_writer
 from quillmarsh.cli.text_form import graph_to_text
@@ -51,8 +52,10 @@ def run(args: argparse.Namespace) -> int:
     nan_features = [name for name in args.data_nan_features.split(",") if name] or None
     check_feature_list(nan_features or [], market.features)
     graph_text = graph_to_text(graph)
-    states = (load_states(args.states_in, graph_text, args.max_data_size)
-              if args.states_in else None)
+    states = None
+    if args.states_in:
+        states = load_states(args.states_in, graph_text, args.max_data_size)
+        check_state_functions(graph, states, registry)
     context = build_context(market, registry)
     path = engine_path(graph, context, states, data_nan_features=nan_features)
     if args.states_out and path == LONGITUDINAL:
