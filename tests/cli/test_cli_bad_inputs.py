@@ -184,12 +184,14 @@ def test_bad_states_files(tmp_path, market_file, content):
                 "--states-out", "t.npz")
 
 
-@drawn
-@given(target=st.sampled_from(["folder", "fifo"]), option=st.sampled_from(["--out", "--states-out"]))
-def test_output_that_is_not_a_regular_file(tmp_path, market_file, target, option):
-    path = tmp_path / f"target-{option}-{target}"
-    if not path.exists():
-        path.mkdir() if target == "folder" else os.mkfifo(path)
-    targets = {"--out": "w.npy", "--states-out": "s.npz", option: path.name}
-    line = run_refused(tmp_path, "evaluate", GRAPH, "--data", market_file, *(x for pair in targets.items() for x in pair))
-    assert f"{option} {path.name}" in line
+@pytest.mark.parametrize("option, kind", [  # a folder of Parquet files is data
+    (option, kind) for option in ("--out", "--states-out", "--data", "--states-in", "graph")
+    for kind in ("folder", "fifo") if (option, kind) != ("--data", "folder")])
+def test_file_that_is_not_a_regular_file(tmp_path, market_file, option, kind):
+    """A pipe given as input would block the command; given as output it would be replaced."""
+    path = tmp_path / "target.json"
+    path.mkdir() if kind == "folder" else os.mkfifo(path)
+    files = {"graph": GRAPH, "--data": market_file, "--out": "w.npy", "--states-out": "s.npz", option: path.name}
+    graph = files.pop("graph")
+    line = run_refused(tmp_path, "evaluate", graph, *(x for pair in files.items() for x in pair))
+    assert f"{path.name} {'is a folder' if kind == 'folder' else 'is not a regular file'}" in line

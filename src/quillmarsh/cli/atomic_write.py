@@ -37,20 +37,6 @@ def npy_writer(array: np.ndarray) -> Writer:
                                                     allow_pickle=False)
 
 
-def check_output_target(path: Path, option: str) -> None:
-    """Refuses a target that exists but is not a regular file (a folder, a device, a pipe)."""
-    try:
-        mode = os.stat(path).st_mode
-    except FileNotFoundError:
-        return
-    except OSError as error:
-        raise UserError(f"{option} {path}: {error.strerror}") from None
-    if stat.S_ISDIR(mode):
-        raise UserError(f"{option} {path} is a folder; name a file")
-    if not stat.S_ISREG(mode):
-        raise UserError(f"{option} {path} is not a regular file")
-
-
 def write_outputs(outputs: Sequence[tuple[Path, Writer]]) -> None:
     """Writes every (target, writer) pair, all or none."""
     written: list[tuple[str, Path]] = []

@@ -5,6 +5,7 @@ from pathlib import Path
 
 from quillmarsh.cli.data_size import DEFAULT_LIMIT
 from quillmarsh.cli.errors import UserError
+from quillmarsh.cli.file_checks import check_input_file
 from quillmarsh.cli.market_data import MarketData, checked_market
 from quillmarsh.cli.npz_reader import read_npz
 
@@ -14,8 +15,8 @@ UNIVERSE = "universe"
 def load_market(path: Path, limit: int = DEFAULT_LIMIT) -> MarketData:
     """An `.npz` file, a folder of wide Parquet files, or one long `.parquet` file, whose
     arrays fit in `limit` bytes."""
-    if not path.exists():
-        raise UserError(f"data file {path} does not exist")
+    if not path.is_dir():
+        check_input_file(path, "data file")
     if path.is_dir() or path.suffix == ".parquet":
         from quillmarsh.cli import parquet_io
         return parquet_io.load_parquet_market(path, limit)

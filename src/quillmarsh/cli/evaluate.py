@@ -9,12 +9,13 @@ import numpy as np
 from quillmarsh.functions.registry import default_registry
 
 from quillmarsh.cli import data_size
-from quillmarsh.cli.atomic_write import check_output_target, npy_writer, write_outputs
+from quillmarsh.cli.atomic_write import npy_writer, write_outputs
 from quillmarsh.cli.data_io import load_market
 from quillmarsh.cli.engine_context import build_context
 from quillmarsh.cli.engine_path import GENERAL, LONGITUDINAL, STATES_PATH_NOTE, engine_path
 from quillmarsh.cli.errors import UserError
 from quillmarsh.cli.evaluation import evaluate_graph
+from quillmarsh.cli.file_checks import check_output_target
 from quillmarsh.cli.graph_checks import (check_feature_list, check_features, check_functions,
                                          check_state_functions)
 from quillmarsh.cli.graph_source import load_graph

@@ -7,6 +7,7 @@ from typing import Any
 from quillmarsh.simulator_engine._types import FunctionGraphNode
 
 from quillmarsh.cli.errors import UserError
+from quillmarsh.cli.file_checks import check_input_file
 from quillmarsh.cli.graph_json import graph_from_json_text
 from quillmarsh.cli.text_form import parse_expression
 
@@ -32,14 +33,19 @@ def _is_file(path: Path) -> bool:
 
 
 def _parse_file(path: Path, registry: Any) -> FunctionGraphNode:
+    text = _read(path)
     try:
-        return parse_expression(_read(path), registry)
+        return parse_expression(text, registry)
     except UserError as error:
         raise UserError(f"{path}: {error}") from None
 
 
 def _read(path: Path) -> str:
+    check_input_file(path, "graph file")
     try:
         return path.read_text(encoding="utf-8")
     except OSError as error:
         raise UserError(f"cannot read {path}: {error.strerror}") from None
+    except UnicodeDecodeError as error:
+        raise UserError(f"cannot read {path}: not UTF-8 text ({error.reason} at byte "
+                        f"{error.start})") from None

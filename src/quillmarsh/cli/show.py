@@ -15,7 +15,8 @@ from quillmarsh.cli.engine_path import LONGITUDINAL, STATES_PATH_NOTE, engine_pa
 from quillmarsh.cli.graph_checks import check_features, check_functions, walk
 from quillmarsh.cli.graph_json import graph_to_json_text
 from quillmarsh.cli.graph_source import load_graph
-from quillmarsh.cli.market_data import MarketData
+from quillmarsh.cli.errors import UserError
+from quillmarsh.cli.market_data import FLOAT64_BYTES, MarketData
 from quillmarsh.cli.names import display_name
 from quillmarsh.cli.node_kinds import FEATURE_LEAF_TYPES, FUNCTION_NODE_TYPES, LITERAL_TYPES
 from quillmarsh.cli.text_form import graph_to_text
@@ -49,7 +50,8 @@ def run(args: argparse.Namespace) -> int:
         market, origin = load_market(args.data, args.max_data_size), str(args.data)
         check_features(graph, market.features)
     else:
-        market, origin = _placeholder_market(graph, args.rows), f"placeholder data, {args.rows} days"
+        market = _placeholder_market(graph, args.rows, args.max_data_size)
+        origin = f"placeholder data, {args.rows} days"
     path = engine_path(graph, build_context(market, registry))
     print(f"text:  {graph_to_text(graph)}")
     print(f"path:  {path} ({origin})")
@@ -80,8 +82,12 @@ def _value(node) -> str:
     return str(node.node)
 
 
-def _placeholder_market(graph, rows: int) -> MarketData:
+def _placeholder_market(graph, rows: int, limit: int) -> MarketData:
     """Zero-filled features named after the graph's feature leaves, every asset live."""
     names = sorted({node.node for _, node in walk(graph) if node.type in FEATURE_LEAF_TYPES})
     shape = (max(rows, 1), _PLACEHOLDER_ASSETS)
+    size = (len(names) + 1) * shape[0] * shape[1] * FLOAT64_BYTES
+    if size > limit:
+        raise UserError(f"--rows {rows}: " + data_size.over_budget_message(
+            "the placeholder data", size, limit))
     return MarketData({name: np.zeros(shape) for name in names or ["placeholder"]}, np.ones(shape))

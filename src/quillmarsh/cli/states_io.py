@@ -15,6 +15,7 @@ import numpy as np
 
 from quillmarsh.cli import states_format
 from quillmarsh.cli.errors import UserError
+from quillmarsh.cli.file_checks import check_input_file
 from quillmarsh.cli.npz_reader import read_npz
 
 _ZIP_SIGNATURE = b"PK"
@@ -33,6 +34,7 @@ def states_writer(graph_text: str, states: dict) -> Callable[[BinaryIO], None]:
 
 def load_states(path: Path, graph_text: str, limit: int) -> dict:
     """The states saved in `path`, which must have been saved for `graph_text`."""
+    check_input_file(path, "states file")
     label = f"states file {path}"
     if not _starts_like_a_zip(path):
         raise UserError(f"{label} is not a quillmarsh states file (pickle states files of "
@@ -52,9 +54,5 @@ def load_states(path: Path, graph_text: str, limit: int) -> dict:
 
 
 def _starts_like_a_zip(path: Path) -> bool:
-    """Whether the file opens with a zip signature; a missing file is left to the reader."""
-    try:
-        with path.open("rb") as stream:
-            return stream.read(len(_ZIP_SIGNATURE)) == _ZIP_SIGNATURE
-    except FileNotFoundError:
-        return True
+    with path.open("rb") as stream:
+        return stream.read(len(_ZIP_SIGNATURE)) == _ZIP_SIGNATURE
