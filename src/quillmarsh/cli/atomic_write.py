@@ -38,7 +38,7 @@ def npy_writer(array: np.ndarray) -> Writer:
 
 
 def write_outputs(outputs: Sequence[tuple[Path, Writer]]) -> None:
-    """Writes every (target, writer) pair, all or none."""
+    """Writes every (target, writer) pair; no target is replaced before all are written."""
     written: list[tuple[str, Path]] = []
     try:
         for path, write in outputs:

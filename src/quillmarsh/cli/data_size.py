@@ -13,8 +13,8 @@ _UNITS = {"": 1, "K": 1024, "M": 1024 ** 2, "G": 1024 ** 3, "T": 1024 ** 4}
 
 
 def parse_size(text: str) -> int:
-    """Bytes of a size such as 512M, 4G or 1500000 (binary units, an optional trailing B)."""
-    number = text.strip().upper().removesuffix("B")
+    """Bytes of a size such as 512M, 4GiB or 1500000 (binary units; B and iB are optional)."""
+    number = text.strip().upper().removesuffix("B").removesuffix("I")
     unit = number[-1:] if number[-1:] in _UNITS else ""
     try:
         value = float(number[:len(number) - len(unit)]) * _UNITS[unit]
