@@ -1,9 +1,9 @@
-"""Sizes on the command line and in messages."""
+"""Sizes on the command line."""
 import argparse
 
 import pytest
 
-from quillmarsh.cli.data_size import format_size, parse_size
+from quillmarsh.cli.data_size import parse_size
 
 
 @pytest.mark.parametrize("text, size", [
@@ -18,11 +18,3 @@ def test_parse_size(text, size):
 def test_invalid_size(text):
     with pytest.raises(argparse.ArgumentTypeError):
         parse_size(text)
-
-
-@pytest.mark.parametrize("size, text", [
-    (1023, "1023 B"), (1024, "1.0 KiB"), (1536, "1.5 KiB"), ((4 << 30) - 1, "4.0 GiB"), (3 << 40, "3.0 TiB"),
-    (5000 << 40, "5000.0 TiB"),
-])
-def test_format_size(size, text):
-    assert format_size(size) == text
