@@ -11,6 +11,8 @@ from __future__ import annotations
 import argparse
 import sys
 
+import numpy as np
+
 from quillmarsh.cli import demo, evaluate, show
 from quillmarsh.cli.errors import UserError
 
@@ -32,7 +34,10 @@ def main(argv: list[str] | None = None) -> int:
         stream.reconfigure(errors="backslashreplace")
     args = build_parser().parse_args(argv)
     try:
-        return args.run(args)
+        # Overflow and invalid operations give inf and NaN cells, as the engine documents; the
+        # compiled paths are silent about them, and so are the Python functions here.
+        with np.errstate(all="ignore"):
+            return args.run(args)
     except UserError as error:
         return _fail(str(error))
     except RecursionError:
