@@ -12,10 +12,10 @@ from quillmarsh.cli import data_size
 from quillmarsh.cli.data_io import load_market
 from quillmarsh.cli.engine_context import build_context
 from quillmarsh.cli.engine_path import LONGITUDINAL, STATES_PATH_NOTE, engine_path
+from quillmarsh.cli.errors import UserError
 from quillmarsh.cli.graph_checks import check_features, check_functions, walk
 from quillmarsh.cli.graph_json import graph_to_json_text
 from quillmarsh.cli.graph_source import load_graph
-from quillmarsh.cli.errors import UserError
 from quillmarsh.cli.market_data import FLOAT64_BYTES, MarketData
 from quillmarsh.cli.names import display_name
 from quillmarsh.cli.node_kinds import FEATURE_LEAF_TYPES, FUNCTION_NODE_TYPES, LITERAL_TYPES
