@@ -9,6 +9,7 @@ the system refuses) are caught here and reported the same way.
 from __future__ import annotations
 
 import argparse
+import io
 import sys
 
 import numpy as np
@@ -31,7 +32,8 @@ def build_parser() -> argparse.ArgumentParser:
 def main(argv: list[str] | None = None) -> int:
     # Names from the user (file names that are not UTF-8) are echoed back, escaped if need be.
     for stream in (sys.stdout, sys.stderr):
-        stream.reconfigure(errors="backslashreplace")
+        if isinstance(stream, io.TextIOWrapper):  # not when a caller replaced the stream
+            stream.reconfigure(errors="backslashreplace")
     args = build_parser().parse_args(argv)
     try:
         # Overflow and invalid operations give inf and NaN cells, as the engine documents; the
