@@ -32,18 +32,19 @@ def test_bad_data(quillmarsh, user_error, tmp_path, arrays, changes, message):
 
 
 def test_states_file_from_another_graph(quillmarsh, user_error, tmp_path, market_file):
-    quillmarsh("evaluate", "mean(close, 5)", "--data", market_file, "--out", "a.npy", "--states-out", "s.pkl",
+    quillmarsh("evaluate", "mean(close, 5)", "--data", market_file, "--out", "a.npy", "--states-out", "s.npz",
                check=True)
     completed = quillmarsh("evaluate", "mean(close, 10)", "--data", market_file, "--out", "b.npy",
-                           "--states-in", "s.pkl", "--states-out", "t.pkl")
-    user_error(completed, "states file s.pkl was saved for the graph mean(close, 5), not for mean(close, 10)")
-    assert not (tmp_path / "b.npy").exists() and not (tmp_path / "t.pkl").exists()
+                           "--states-in", "s.npz", "--states-out", "t.npz")
+    user_error(completed, "states file s.npz was saved for the graph mean(close, 5), not for mean(close, 10)")
+    assert not (tmp_path / "b.npy").exists() and not (tmp_path / "t.npz").exists()
 
 
-def test_file_that_is_not_a_states_file(quillmarsh, user_error, tmp_path, market_file):
-    (tmp_path / "s.pkl").write_bytes(pickle.dumps({"something": "else"}))
+def test_old_pickle_states_file_is_refused(quillmarsh, user_error, tmp_path, market_file):
+    (tmp_path / "s.pkl").write_bytes(pickle.dumps({"format": "quillmarsh-states-1", "graph": "close", "states": {}}))
     completed = quillmarsh("evaluate", "close", "--data", market_file, "--out", "w.npy", "--states-in", "s.pkl")
-    user_error(completed, "s.pkl is not a quillmarsh states file")
+    user_error(completed, "s.pkl is not a quillmarsh states file (pickle states files of earlier versions are not "
+                          "read); states files are .npz archives written by --states-out; make a new one")
 
 
 def test_failed_evaluation_keeps_the_previous_output(quillmarsh, user_error, tmp_path, market_file):

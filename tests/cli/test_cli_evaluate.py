@@ -25,8 +25,8 @@ def test_text_and_json_forms_evaluate_alike(quillmarsh, tmp_path, market_file, e
 
 
 def test_states_carry_a_rolling_window_across_files(quillmarsh, tmp_path, arrays):
-    runs = {"all": (slice(None), ()), "first": (slice(40), ("--states-out", "s.pkl")),
-            "second": (slice(40, None), ("--states-in", "s.pkl"))}
+    runs = {"all": (slice(None), ()), "first": (slice(40), ("--states-out", "s.npz")),
+            "second": (slice(40, None), ("--states-in", "s.npz"))}
     for name, (rows, extra) in runs.items():
         np.savez(tmp_path / f"{name}.npz", **{key: a[rows] for key, a in arrays.items()})
         quillmarsh("evaluate", "zscore(mean(returns, 3), 12)", "--data", f"{name}.npz", "--out", f"{name}.npy", *extra,

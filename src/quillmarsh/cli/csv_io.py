@@ -12,13 +12,16 @@ from pathlib import Path
 
 import numpy as np
 
+from quillmarsh.cli.data_size import check_expansion
 from quillmarsh.cli.errors import UserError
 from quillmarsh.cli.market_data import MarketData, checked_market
 
 DATE, ASSET, UNIVERSE = "date", "asset", "universe"
 
 
-def load_csv_market(path: Path) -> MarketData:
+def load_csv_market(path: Path, limit: int) -> MarketData:
+    """The market of a long CSV table, refused before pivoting when it would take more than
+    `limit` bytes."""
     header, rows = _read_rows(path)
     missing = [name for name in (DATE, ASSET) if name not in header]
     if missing:
@@ -27,10 +30,11 @@ def load_csv_market(path: Path) -> MarketData:
     columns = {name: [row[i] for row in rows] for i, name in enumerate(header)}
     dates, date_rows = np.unique(np.array(columns.pop(DATE)), return_inverse=True)
     assets, asset_columns = np.unique(np.array(columns.pop(ASSET)), return_inverse=True)
+    shape = (len(dates), len(assets))
+    check_expansion(path, shape, len(columns), limit)
     cells = date_rows * len(assets) + asset_columns
     if np.unique(cells).size != cells.size:
         raise UserError(f"data file {path} has more than one row for some (date, asset)")
-    shape = (len(dates), len(assets))
 
     def pivot(name: str, fill: float) -> np.ndarray:
         matrix = np.full(shape, fill)
@@ -39,7 +43,7 @@ def load_csv_market(path: Path) -> MarketData:
 
     universe = pivot(UNIVERSE, 0.0) if UNIVERSE in columns else _present(shape, date_rows, asset_columns)
     features = {name: pivot(name, np.nan) for name in columns if name != UNIVERSE}
-    return checked_market(features, universe, str(path))
+    return checked_market(features, universe, str(path), limit)
 
 
 def _read_rows(path: Path) -> tuple[list[str], list[list[str]]]:

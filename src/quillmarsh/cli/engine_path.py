@@ -11,6 +11,7 @@ from quillmarsh.simulator_engine import expression_evaluator as engine
 
 LEAF, RANK, RANK_PRODUCT, LONGITUDINAL, GENERAL = (
     "leaf", "rank", "rank product", "longitudinal", "general")
+STATES_PATH_NOTE = "the longitudinal path saves no states, so --states-out runs the general path"
 
 
 def engine_path(graph: Any, context: Any, function_states: Any = None, *,

@@ -23,3 +23,8 @@ def evaluate_graph(graph: Any, context: Any, function_states: Any = None, *,
                         data_nan_features=data_nan_features)
     except ENGINE_ERRORS as error:
         raise UserError(f"evaluation failed: {error}") from error
+    except LookupError as error:
+        if function_states is None:
+            raise
+        # A function restoring a saved payload looks its entries up by name.
+        raise UserError(f"evaluation failed: the saved states lack {error} for this graph") from error

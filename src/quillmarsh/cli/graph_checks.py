@@ -37,6 +37,19 @@ def check_feature_list(names: Collection[str], feature_names: Collection[str]) -
             raise UserError(unknown_feature_message(name, feature_names))
 
 
+def check_state_functions(graph: FunctionGraphNode, states: dict, registry: Any) -> None:
+    """A state saved under a node's identity belongs to that node's function and version."""
+    functions = {path: node.node for path, node in walk(graph) if node.type in FUNCTION_NODE_TYPES}
+    for key, state in states.items():
+        if key not in functions:
+            continue
+        expected = (functions[key], registry.get_function_version(functions[key]))
+        if (state.function_name, state.function_version) != expected:
+            raise UserError(f"the state of node {key} was saved by {state.function_name} version "
+                            f"{state.function_version}, the graph has {expected[0]} version "
+                            f"{expected[1]} there")
+
+
 def unknown_feature_message(name: str, feature_names: Collection[str]) -> str:
     return f"unknown feature '{name}'; the data has {', '.join(sorted(feature_names))}"
 

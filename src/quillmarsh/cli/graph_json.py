@@ -7,6 +7,10 @@ from typing import Any
 from quillmarsh.simulator_engine._types import FunctionGraphNode
 
 from quillmarsh.cli.errors import UserError
+from quillmarsh.cli.node_kinds import FEATURE_LEAF_TYPES, FUNCTION_NODE_TYPES
+
+# Node kinds whose "node" is a name (a feature or a function), looked up by the checks.
+NAMED_TYPES = FEATURE_LEAF_TYPES | FUNCTION_NODE_TYPES
 
 
 def graph_from_json_text(text: str, source: str) -> FunctionGraphNode:
@@ -25,6 +29,12 @@ def graph_from_dict(document: Any, source: str, path: str) -> FunctionGraphNode:
     missing = [key for key in ("type", "node") if key not in document]
     if missing:
         raise UserError(f"{source}: graph node {path} has no '{missing[0]}'")
+    if not isinstance(document["type"], str):
+        raise UserError(f"{source}: 'type' of graph node {path} must be a string")
+    if document["type"] in NAMED_TYPES and not isinstance(document["node"], str):
+        raise UserError(f"{source}: 'node' of the {document['type']} node {path} must be a name")
+    if not isinstance(document.get("canonical_id", ""), (str, type(None))):
+        raise UserError(f"{source}: 'canonical_id' of graph node {path} must be a string")
     children = document.get("children") or []
     config = document.get("config")
     if not isinstance(children, list):

@@ -5,7 +5,12 @@ from dataclasses import dataclass
 
 import numpy as np
 
+from quillmarsh.cli.data_size import DEFAULT_LIMIT, FLOAT64_BYTES, over_budget_message
 from quillmarsh.cli.errors import UserError
+
+# bool, signed and unsigned integers, floats; objects are tried (Parquet decimals) and
+# refused when they do not convert. Complex, dates, times, records and strings are refused.
+_REAL_KINDS = "biufO"
 
 
 @dataclass
@@ -25,10 +30,17 @@ class MarketData:
                           self.universe[start:stop])
 
 
-def checked_market(features: dict[str, object], universe: object, source: str) -> MarketData:
-    """Float64 matrices of one common shape, or a UserError naming the offending array."""
+def checked_market(features: dict[str, object], universe: object, source: str,
+                   limit: int = DEFAULT_LIMIT) -> MarketData:
+    """Float64 matrices of one common shape, or a UserError naming the offending array.
+
+    The float64 copies must fit the memory budget `limit` (bytes)."""
     if not features:
         raise UserError(f"{source}: no feature arrays besides the universe")
+    cells = sum(np.size(value) for value in (universe, *features.values()))
+    if cells * FLOAT64_BYTES > limit:
+        raise UserError(f"{source}: " + over_budget_message(
+            f"{len(features) + 1} float64 matrices", cells * FLOAT64_BYTES, limit))
     universe_matrix = _matrix("universe", universe, source)
     matrices = {name: _matrix(f"feature '{name}'", value, source) for name, value in features.items()}
     for name, matrix in matrices.items():
@@ -39,6 +51,10 @@ def checked_market(features: dict[str, object], universe: object, source: str) -
 
 
 def _matrix(label: str, value: object, source: str) -> np.ndarray:
+    dtype = np.asarray(value).dtype
+    if dtype.kind not in _REAL_KINDS:
+        raise UserError(f"{source}: {label} is not numeric (dtype {dtype}); only bool, integer "
+                        f"and real floating-point arrays are read")
     try:
         matrix = np.asarray(value, dtype=np.float64)
     except (TypeError, ValueError):

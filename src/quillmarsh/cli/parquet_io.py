@@ -11,17 +11,19 @@ from typing import Any
 
 import numpy as np
 
+from quillmarsh.cli.data_size import FLOAT64_BYTES, check_expansion, over_budget_message
 from quillmarsh.cli.errors import UserError
 from quillmarsh.cli.market_data import MarketData, checked_market
 
 DATE, ASSET, UNIVERSE = "date", "asset", "universe"
 
 
-def load_parquet_market(path: Path) -> MarketData:
+def load_parquet_market(path: Path, limit: int) -> MarketData:
+    """The market in `path`, refused before reading when it would take more than `limit` bytes."""
     parquet = _pyarrow_parquet()
     if path.is_dir():
-        return _load_wide_folder(path, parquet)
-    return _load_long_file(path, parquet)
+        return _load_wide_folder(path, parquet, limit)
+    return _load_long_file(path, parquet, limit)
 
 
 def _pyarrow_parquet() -> Any:
@@ -32,21 +34,30 @@ def _pyarrow_parquet() -> Any:
     return parquet
 
 
-def _read_table(path: Path, parquet: Any) -> Any:
+def _read_table(path: Path, parquet: Any, limit: int) -> Any:
+    """The table, once its declared rows x columns fit the budget as float64 cells."""
     try:
+        metadata = parquet.read_metadata(path)
+        cells = metadata.num_rows * metadata.num_columns
+        if cells * FLOAT64_BYTES > limit:
+            raise UserError(f"data file {path}: " + over_budget_message(
+                f"{metadata.num_rows} rows x {metadata.num_columns} columns",
+                cells * FLOAT64_BYTES, limit))
         return parquet.read_table(path)
+    except UserError:
+        raise
     except Exception as error:  # pyarrow raises several unrelated types for unreadable files
         raise UserError(f"data file {path} cannot be read as Parquet: {error}") from None
 
 
-def _load_wide_folder(folder: Path, parquet: Any) -> MarketData:
+def _load_wide_folder(folder: Path, parquet: Any, limit: int) -> MarketData:
     files = sorted(folder.glob("*.parquet"))
     if UNIVERSE not in {file.stem for file in files}:
         raise UserError(f"data folder {folder} has no '{UNIVERSE}.parquet' file")
     assets = None
     matrices = {}
     for file in files:
-        table = _read_table(file, parquet)
+        table = _read_table(file, parquet, limit)
         columns = [name for name in table.column_names if name != DATE]
         if assets is None:
             assets = columns
@@ -55,11 +66,11 @@ def _load_wide_folder(folder: Path, parquet: Any) -> MarketData:
         matrices[file.stem] = np.column_stack(
             [table.column(name).to_numpy(zero_copy_only=False) for name in columns])
     universe = matrices.pop(UNIVERSE)
-    return checked_market(matrices, universe, str(folder))
+    return checked_market(matrices, universe, str(folder), limit)
 
 
-def _load_long_file(path: Path, parquet: Any) -> MarketData:
-    table = _read_table(path, parquet)
+def _load_long_file(path: Path, parquet: Any, limit: int) -> MarketData:
+    table = _read_table(path, parquet, limit)
     missing = [name for name in (DATE, ASSET, UNIVERSE) if name not in table.column_names]
     if missing:
         raise UserError(f"data file {path} has no '{missing[0]}' column "
@@ -68,6 +79,8 @@ def _load_long_file(path: Path, parquet: Any) -> MarketData:
                                  return_inverse=True)
     assets, asset_columns = np.unique(table.column(ASSET).to_numpy(zero_copy_only=False),
                                       return_inverse=True)
+    matrices = len(table.column_names) - 2  # every column but date and asset becomes one
+    check_expansion(path, (len(dates), len(assets)), matrices, limit)
     cells = date_rows * len(assets) + asset_columns
     if np.unique(cells).size != cells.size:
         raise UserError(f"data file {path} has more than one row for some (date, asset)")
@@ -82,4 +95,4 @@ def _load_long_file(path: Path, parquet: Any) -> MarketData:
 
     features = {name: pivot(name, np.nan) for name in table.column_names
                 if name not in (DATE, ASSET, UNIVERSE)}
-    return checked_market(features, pivot(UNIVERSE, 0.0), str(path))
+    return checked_market(features, pivot(UNIVERSE, 0.0), str(path), limit)

@@ -8,9 +8,11 @@ import numpy as np
 
 from quillmarsh.functions.registry import default_registry
 
+from quillmarsh.cli import data_size
 from quillmarsh.cli.data_io import load_market
 from quillmarsh.cli.engine_context import build_context
-from quillmarsh.cli.engine_path import engine_path
+from quillmarsh.cli.engine_path import LONGITUDINAL, STATES_PATH_NOTE, engine_path
+from quillmarsh.cli.errors import UserError
 from quillmarsh.cli.graph_checks import check_features, check_functions, walk
 from quillmarsh.cli.graph_json import graph_to_json_text
 from quillmarsh.cli.graph_source import load_graph
@@ -33,6 +35,7 @@ def add_parser(commands: argparse._SubParsersAction) -> None:
     parser.add_argument("--rows", type=int, default=2520,
                         help="days of the placeholder data (default 2520)")
     parser.add_argument("--json", action="store_true", help="print the graph in JSON form only")
+    data_size.add_option(parser)
     parser.set_defaults(run=run)
 
 
@@ -44,13 +47,16 @@ def run(args: argparse.Namespace) -> int:
         print(graph_to_json_text(graph))
         return 0
     if args.data:
-        market, origin = load_market(args.data), str(args.data)
+        market, origin = load_market(args.data, args.max_data_size), str(args.data)
         check_features(graph, market.features)
     else:
-        market, origin = _placeholder_market(graph, args.rows), f"placeholder data, {args.rows} days"
+        market = _placeholder_market(graph, args.rows, args.max_data_size)
+        origin = f"placeholder data, {args.rows} days"
     path = engine_path(graph, build_context(market, registry))
     print(f"text:  {graph_to_text(graph)}")
     print(f"path:  {path} ({origin})")
+    if path == LONGITUDINAL:
+        print(f"       {STATES_PATH_NOTE}")
     print("graph:")
     for line in tree_lines(graph):
         print(f"  {line}")
@@ -76,8 +82,12 @@ def _value(node) -> str:
     return str(node.node)
 
 
-def _placeholder_market(graph, rows: int) -> MarketData:
+def _placeholder_market(graph, rows: int, limit: int) -> MarketData:
     """Zero-filled features named after the graph's feature leaves, every asset live."""
     names = sorted({node.node for _, node in walk(graph) if node.type in FEATURE_LEAF_TYPES})
     shape = (max(rows, 1), _PLACEHOLDER_ASSETS)
+    size = (len(names) + 1) * shape[0] * shape[1] * data_size.FLOAT64_BYTES
+    if size > limit:
+        raise UserError(f"--rows {rows}: " + data_size.over_budget_message(
+            "the placeholder data", size, limit))
     return MarketData({name: np.zeros(shape) for name in names or ["placeholder"]}, np.ones(shape))
