@@ -14,7 +14,9 @@ from typing import Any
 import numpy as np
 
 from quillmarsh.functions.builtins._config import validated_window
-from quillmarsh.functions.builtins.longitudinal import ACCUM_DTYPE, ROLLING_MEAN, ROLLING_STD
+from quillmarsh.functions.builtins.longitudinal import ROLLING_MEAN, ROLLING_STD
+
+ACCUM_DTYPE = np.longdouble
 
 
 def rolling_reference(data: Any, window: int, name: str) -> np.ndarray:

@@ -4,7 +4,7 @@ User functions are registered with a factory. Built-in functions are stub entrie
 `factory`, `module_path`, `class_name` or `implementation` attribute), which lets the engine
 run its own vectorised kernels for them. Instances of native operators (the engine's operator
 table) are `NativeFunction` objects, which the general evaluator steps without Python; the
-remaining built-ins' instances come from `_BUILTINS`.
+the reductions' instances come from `_BUILTINS`.
 """
 from __future__ import annotations
 
@@ -13,11 +13,7 @@ from collections.abc import Callable
 from dataclasses import dataclass
 from typing import Any
 
-from quillmarsh.functions.builtins.longitudinal import (ROLLING_MEAN, ROLLING_STD, ROLLING_ZSCORE,
-                                                         RollingMean, RollingStd, RollingZScore)
-from quillmarsh.functions.builtins.rank import LatitudinalRank
 from quillmarsh.functions.builtins.reductions import MeanReduction, PnlWeightedReduction
-from quillmarsh.functions.builtins.transforms import Demean, Scale
 from quillmarsh.simulator_engine.expression_evaluator import NativeFunction, _operator_table
 
 
@@ -47,25 +43,16 @@ class _Builtin:
     stateful: bool
 
 
-_WINDOW_SCHEMA = [("window", "int")]
-
 # name -> {"name", "alias", "family", "arity", "stateful", "param_schema"}
 NATIVE_OPERATORS: dict[str, dict[str, Any]] = {row["name"]: row for row in _operator_table()}
 
 _BUILTINS: dict[str, _Builtin] = {
-    "latitudinal_rank_688068": _Builtin(LatitudinalRank, None, "latitudinal", False),
-    ROLLING_MEAN: _Builtin(RollingMean, _WINDOW_SCHEMA, "longitudinal", True),
-    ROLLING_STD: _Builtin(RollingStd, _WINDOW_SCHEMA, "longitudinal", True),
-    ROLLING_ZSCORE: _Builtin(RollingZScore, _WINDOW_SCHEMA, "longitudinal", True),
     "reduction_mean_3f9c2e": _Builtin(MeanReduction, None, "reduction", False),
     "reduction_pnl_weighted_b7d41a": _Builtin(
         PnlWeightedReduction,
         [("window", "int"),
          {"name": "pnl_column", "type": "string", "default": "gross_returns"}],
         "reduction", True),
-    "cross_sectional_demean_5e2a7c": _Builtin(Demean, None, "transform", False),
-    "cross_sectional_scale_c81f06": _Builtin(
-        Scale, [{"name": "target", "type": "float", "default": 1.0}], "transform", False),
 }
 
 

@@ -1,10 +1,11 @@
 """Native instances stepped by the general evaluator equal the same operators called through Python."""
 import numpy as np
 import pytest
+from hypothesis import given, strategies as st
 
 from quillmarsh.functions.registry import FunctionRegistry, default_registry
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import FunctionExecutionError, FunctionGraphNode as Node
 from quillmarsh.simulator_engine.expression_evaluator import NativeFunction, _operator_table
 
 T, N = 30, 5
@@ -32,6 +33,10 @@ class PythonCall:
     def set_state(self, data):
         self._native.set_state(data)
 
+    @property
+    def window(self):
+        return self._native.window
+
 
 def python_call_registry():
     registry = FunctionRegistry()
@@ -50,6 +55,8 @@ def feature(name):
     return Node("feature", name)
 
 
+ZSCORE = "longitudinal_accumulators_7e8468"
+
 GRAPHS = {
     "sum_of_scaled": op("elementwise_add_58d1bb", feature("close"),
                         op("elementwise_mul_scalar_69980f", feature("volume"), Node("float", 2.0))),
@@ -57,12 +64,27 @@ GRAPHS = {
                         op("elementwise_greater_8f10c1", feature("close"), feature("volume")),
                         feature("close"), op("elementwise_neg_c732df", feature("volume"))),
     "same_child_twice": op("elementwise_div_26021f", feature("close"), feature("close")),
+    "rolling_chain_times_rank": op(
+        "numerical_combine_d65e04",
+        op(ZSCORE, op("longitudinal_accumulators_25c7fb", feature("close"), Node("int", 5)), Node("int", 7)),
+        op("latitudinal_rank_688068", op("cross_sectional_demean_5e2a7c", feature("volume")))),
     "product": op("numerical_combine_d65e04", op("elementwise_abs_82451b", feature("close")), feature("volume")),
 }
 
 
-def _context(registry, close=CLOSE):
-    return ee.EvaluationContext([close, VOLUME], {"close": 0, "volume": 1}, registry=registry, universe=UNIVERSE)
+def _context(registry, close=CLOSE, rows=slice(None)):
+    return ee.EvaluationContext([close[rows], VOLUME[rows]], {"close": 0, "volume": 1}, registry=registry,
+                                universe=UNIVERSE[rows])
+
+
+def assert_same_states(left, right):
+    assert left.keys() == right.keys()
+    for key, state in left.items():
+        other = right[key]
+        assert (state.function_name, state.function_version) == (other.function_name, other.function_version)
+        assert state.data.keys() == other.data.keys()
+        for field, value in state.data.items():
+            np.testing.assert_array_equal(value, other.data[field])
 
 
 @pytest.mark.parametrize("graph", GRAPHS.values(), ids=GRAPHS.keys())
@@ -72,7 +94,32 @@ def test_native_steps_equal_python_calls(graph, close, nan_features):
     native, native_states = ee.evaluate(graph, _context(default_registry(), close), data_nan_features=nan_features)
     python, python_states = ee.evaluate(graph, _context(python_call_registry(), close), data_nan_features=nan_features)
     np.testing.assert_array_equal(native, python)
-    assert native_states == python_states == {}
+    assert_same_states(native_states, python_states)
+
+
+@given(split=st.integers(1, T - 1))
+def test_streaming_in_two_parts_equals_one_evaluation(split):
+    graph = GRAPHS["rolling_chain_times_rank"]
+    whole, whole_states = ee.evaluate(graph, _context(default_registry()))
+    first, states = ee.evaluate(graph, _context(default_registry(), rows=slice(0, split)))
+    second, final_states = ee.evaluate(graph, _context(default_registry(), rows=slice(split, None)),
+                                       function_states=states)
+    np.testing.assert_array_equal(np.vstack([first, second]), whole)
+    assert_same_states(final_states, whole_states)
+
+
+@pytest.mark.parametrize("registry", [default_registry, python_call_registry], ids=["native", "python"])
+def test_a_failing_step_names_the_node_and_row_with_the_cause_chained(registry):
+    graph = op("longitudinal_accumulators_25c7fb", feature("close"), Node("int", 3))
+    narrow = ee.EvaluationContext([CLOSE[:4, :3], VOLUME[:4, :3]], {"close": 0, "volume": 1}, registry=registry(),
+                                  universe=UNIVERSE[:4, :3])
+    _, states = ee.evaluate(graph, narrow)
+    with pytest.raises(FunctionExecutionError) as caught:
+        ee.evaluate(op("elementwise_abs_82451b", graph), _context(registry()),
+                    function_states={"root.c0": states["root"]})
+    assert str(caught.value) == ("Function 'longitudinal_accumulators_25c7fb' failed at row 0: "
+                                 "expected a row of shape (3,), got (5,)")
+    assert type(caught.value.__cause__) is ValueError
 
 
 @pytest.mark.parametrize("wrap", [lambda f: f, PythonCall], ids=["native", "python"])

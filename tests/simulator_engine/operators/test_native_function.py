@@ -83,3 +83,94 @@ def test_clones_keep_name_and_configuration(clone):
     twin = clone(original)
     assert twin is not original and (twin.name, twin.config) == (ADD_SCALAR, {"value": 2.5})
     np.testing.assert_array_equal(twin(np.array([1.0])), [3.5])
+
+
+MEAN = "longitudinal_accumulators_25c7fb"
+
+
+@pytest.mark.parametrize("window, expected", [(3, 3), (3.0, 3), (3.9, 3), (1.0, 1), (np.int64(4), 4),
+                                              (np.float64(2.5), 2)])
+def test_windows_are_integers_and_floats_are_floored(window, expected):
+    instance = NativeFunction(MEAN, window=window)
+    assert instance.window == expected and instance.config == {"window": expected}
+
+
+@pytest.mark.parametrize("window, error, text", [
+    (True, TypeError, "window must be an integer, got True"),
+    ("3", TypeError, "window must be an integer, got '3'"),
+    (None, TypeError, "window must be an integer, got None"),
+    (0, ValueError, "window must be at least 1, got 0"),
+    (-2, ValueError, "window must be at least 1, got -2"),
+    (0.99, ValueError, "window must be at least 1, got 0"),
+    (float("nan"), ValueError, "window must be finite"),
+    (float("inf"), ValueError, "window must be finite"),
+])
+def test_bad_windows_are_refused(window, error, text):
+    with pytest.raises(error, match=text):
+        NativeFunction(MEAN, window=window)
+
+
+def test_missing_window_is_a_type_error():
+    with pytest.raises(TypeError, match="missing the parameter 'window'"):
+        NativeFunction(MEAN)
+
+
+def _fed(rows=((1.0, 2.0, 3.0), (4.0, np.nan, 6.0))):
+    instance = NativeFunction(MEAN, window=2)
+    for row in rows:
+        instance(np.array(row))
+    return instance
+
+
+def test_state_payload_holds_copies_in_their_dtypes():
+    state = _fed().get_state()
+    assert state["count"] == 2 and state["window"] == 2
+    assert [(key, value.dtype, value.shape) for key, value in list(state.items())[2:]] == [
+        ("ring", np.float64, (2, 3)), ("nan_in_window", np.int64, (3,)),
+        *((key, np.longdouble, (3,)) for key in ("prefix_sum", "prefix_sum_sq", "lagging_sum", "lagging_sum_sq"))]
+    state["ring"][:] = 0.0
+    assert _fed().get_state()["ring"][0, 0] == 1.0
+
+
+def _edited(**changes):
+    state = _fed().get_state()
+    state.update(changes)
+    return {key: value for key, value in state.items() if value is not None}
+
+
+@pytest.mark.parametrize("data, error, text", [
+    (_edited(window=3), ValueError, "saved state has window 3, this instance has window 2"),
+    (_edited(count=-1), ValueError, "negative count -1"),
+    (_edited(ring=None), ValueError, "carries no 'ring'"),
+    (_edited(prefix_sum=None), ValueError, "lacks 'prefix_sum'"),
+    (_edited(nan_in_window=np.zeros(4, dtype=np.int64)), ValueError, r"shape \(4,\), expected \(3,\)"),
+    (_edited(ring=np.zeros((3, 3))), ValueError, r"shape \(3, 3\), expected \(2, 3\)"),
+    (_edited(nan_in_window=np.zeros(3)), ValueError, "does not cast safely to int64"),
+    (_edited(prefix_sum=np.zeros(3, dtype=complex)), ValueError, "does not cast safely"),
+    ([("count", 0)], TypeError, "must be a dict"),
+])
+def test_bad_saved_states_are_refused_and_leave_the_instance_as_it_was(data, error, text):
+    instance = _fed()
+    before = instance.get_state()
+    with pytest.raises(error, match=text):
+        instance.set_state(data)
+    after = instance.get_state()
+    assert after.keys() == before.keys() and all(np.array_equal(after[k], before[k], equal_nan=True) for k in before)
+
+
+@pytest.mark.parametrize("clone", [copy.deepcopy, lambda f: pickle.loads(pickle.dumps(f))])
+def test_clones_of_a_stateful_instance_continue_its_run(clone):
+    original = _fed()
+    twin = clone(original)
+    row = np.array([7.0, 8.0, 9.0])
+    np.testing.assert_array_equal(twin(row), original(row))
+    assert twin.get_state()["count"] == 3
+
+
+def test_a_restored_width_is_enforced():
+    instance = _fed()
+    with pytest.raises(ValueError, match=r"expected a row of shape \(3,\), got \(2,\)"):
+        instance(np.ones(2))
+    fresh = NativeFunction(MEAN, window=2)
+    fresh.set_state({"count": 0, "window": 2})
+    assert fresh(np.ones(5)).shape == (5,)

@@ -29,13 +29,15 @@ void RowHistory::push(const double* const* inputs, std::int64_t n) {
     ++count_;
 }
 
-void RowHistory::gather(std::size_t input, std::int64_t column, double* window) const {
+void RowHistory::window_rows(const double** rows) const {
     // Once full, the oldest row sits in the slot the next row will overwrite.
-    const double* base = ring_.data() + static_cast<std::int64_t>(input) * rows_ * width_ + column;
     const std::int64_t oldest = count_ % rows_;
-    std::int64_t k = 0;
-    for (std::int64_t slot = oldest; slot < rows_; ++slot) window[k++] = base[slot * width_];
-    for (std::int64_t slot = 0; slot < oldest; ++slot) window[k++] = base[slot * width_];
+    for (std::size_t i = 0; i < inputs_; ++i) {
+        const double* base = ring_.data() + static_cast<std::int64_t>(i) * rows_ * width_;
+        for (std::int64_t k = 0; k < rows_; ++k) {
+            *rows++ = base + ((oldest + k) % rows_) * width_;
+        }
+    }
 }
 
 void RowHistory::restore(std::int64_t n, std::int64_t count) {

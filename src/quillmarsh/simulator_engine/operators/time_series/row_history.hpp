@@ -18,9 +18,9 @@ public:
     // width; a row of another width throws std::invalid_argument.
     void push(const double* const* inputs, std::int64_t n);
 
-    // Copies column `column` of input `input`, oldest row first, into `window`
-    // (rows() values). Meaningful once full().
-    void gather(std::size_t input, std::int64_t column, double* window) const;
+    // Points rows[i * rows() + k] at row k (0 = oldest) of input i's window,
+    // each width() cells. Meaningful once full().
+    void window_rows(const double** rows) const;
 
     bool full() const { return count_ >= rows_; }
     std::int64_t rows() const { return rows_; }

@@ -13,22 +13,36 @@ namespace qm::ops {
 
 namespace {
 
-struct TsArgMin {
+struct TsArgmin {
     static constexpr std::size_t inputs = 1;
     static constexpr bool whole_window = true;
-    double operator()(const double* const* w, std::int64_t d) const {
-        std::int64_t best = 0;
+
+    std::vector<double> best;  // scratch: the smallest value so far per column
+
+    void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
+        best.assign(rows[0], rows[0] + n);
+        double* __restrict extreme = best.data();
+        std::fill(out, out + n, 0.0);  // the oldest row's index until a smaller value comes
         for (std::int64_t k = 1; k < d; ++k) {
-            if (w[0][k] < w[0][best]) best = k;
+            const double* __restrict row = rows[k];
+            const double index = static_cast<double>(k);
+            // Two loops without branches, so the columns run side by side.
+            for (std::int64_t j = 0; j < n; ++j) {
+                const double smaller = static_cast<double>(row[j] < extreme[j]);
+                out[j] += smaller * (index - out[j]);
+            }
+            for (std::int64_t j = 0; j < n; ++j) extreme[j] = std::min(extreme[j], row[j]);
         }
-        return static_cast<double>(d - 1 - best);
+        const double newest = static_cast<double>(d - 1);
+        for (std::int64_t j = 0; j < n; ++j) out[j] = newest - out[j];
     }
+
 };
 
 }  // namespace
 
 std::unique_ptr<RowOperator> make_ts_argmin(const std::vector<double>& params) {
-    return make_windowed(TsArgMin{}, window_param(params));
+    return make_windowed(TsArgmin{}, window_param(params));
 }
 
 }  // namespace qm::ops

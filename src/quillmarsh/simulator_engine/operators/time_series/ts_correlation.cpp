@@ -4,9 +4,10 @@
 // Inputs: one row of n float64 cells of x and of y per step; output: n cells.
 // NaN / warm-up: NaN until d rows are seen and wherever either window holds a
 //   NaN; infinities are values (an infinite mean gives NaN).
-// Arithmetic: two passes (means, then centred sums) oldest to newest in long
-//   double; cov / sqrt(var x * var y) rounded to float64 once. Recomputed from
-//   the ring at every row. O(d) per cell.
+// Arithmetic: two passes (means, then centred sums) oldest to newest in
+//   float64, cov / sqrt(var x * var y); a constant window's mean is its value,
+//   so its variance is exactly 0. Recomputed from the ring at every row.
+//   O(d) per cell.
 // State: "count", "window" = d, "ring" (2, d, n).
 // Runs without the GIL, touches no Python object.
 #include <cmath>
@@ -22,16 +23,40 @@ namespace {
 struct Correlation {
     static constexpr std::size_t inputs = 2;
     static constexpr bool whole_window = true;
-    double operator()(const double* const* w, std::int64_t d) const {
-        if (all_equal(w[0], d) || all_equal(w[1], d)) return std::numeric_limits<double>::quiet_NaN();
-        const Accum mean_x = window_mean(w[0], d);
-        const Accum mean_y = window_mean(w[1], d);
-        const Accum cross = centered_cross_sum(w[0], mean_x, w[1], mean_y, d);
-        const Accum var_x = centered_cross_sum(w[0], mean_x, w[0], mean_x, d);
-        const Accum var_y = centered_cross_sum(w[1], mean_y, w[1], mean_y, d);
-        const Accum r = cross / std::sqrt(var_x * var_y);
-        // Rounding can step just past +-1; a NaN (from infinities) stays NaN.
-        return static_cast<double>(r > 1.0L ? 1.0L : r < -1.0L ? -1.0L : r);
+
+    std::vector<double> mean_x, mean_y, sxx, syy, sxy;
+    std::vector<double> differs;  // scratch of column_means
+
+    void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
+        const double* const* x = rows;
+        const double* const* y = rows + d;
+        const double* __restrict mx = at_width(mean_x, n);
+        const double* __restrict my = at_width(mean_y, n);
+        column_means(x, d, n, mean_x.data(), differs);
+        column_means(y, d, n, mean_y.data(), differs);
+        double* __restrict cross = at_width(sxy, n);
+        double* __restrict squares_x = at_width(sxx, n);
+        double* __restrict squares_y = at_width(syy, n);
+        std::fill(cross, cross + n, 0.0);
+        std::fill(squares_x, squares_x + n, 0.0);
+        std::fill(squares_y, squares_y + n, 0.0);
+        for (std::int64_t k = 0; k < d; ++k) {
+            const double* __restrict row_x = x[k];
+            const double* __restrict row_y = y[k];
+            for (std::int64_t j = 0; j < n; ++j) {
+                const double dx = row_x[j] - mx[j];
+                const double dy = row_y[j] - my[j];
+                cross[j] += dx * dy;
+                squares_x[j] += dx * dx;
+                squares_y[j] += dy * dy;
+            }
+        }
+        for (std::int64_t j = 0; j < n; ++j) {
+            // A constant side has zero squares: 0 / 0 is NaN.
+            const double r = cross[j] / std::sqrt(squares_x[j] * squares_y[j]);
+            // Rounding can step just past +-1; a NaN (from infinities) stays NaN.
+            out[j] = r > 1.0 ? 1.0 : r < -1.0 ? -1.0 : r;
+        }
     }
 };
 

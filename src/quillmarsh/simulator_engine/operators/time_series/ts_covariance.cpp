@@ -4,7 +4,7 @@
 // NaN / warm-up: NaN until d rows are seen and wherever either window holds a
 //   NaN; infinities are values (an infinite mean gives NaN deviations).
 // Arithmetic: two passes (means, then centred products) oldest to newest in
-//   long double, rounded to float64 once; a constant window gives exactly 0.
+//   float64; a constant window's mean is its value, so it gives exactly 0.
 //   Recomputed from the ring at every row. O(d) per cell.
 // State: "count", "window" = d, "ring" (2, d, n).
 // Runs without the GIL, touches no Python object.
@@ -19,10 +19,18 @@ namespace {
 struct Covariance {
     static constexpr std::size_t inputs = 2;
     static constexpr bool whole_window = true;
-    double operator()(const double* const* w, std::int64_t d) const {
-        const Accum mean_x = window_mean(w[0], d);
-        const Accum mean_y = window_mean(w[1], d);
-        return static_cast<double>(centered_cross_sum(w[0], mean_x, w[1], mean_y, d) / static_cast<Accum>(d));
+
+    std::vector<double> mean_x, mean_y;
+    std::vector<double> differs;  // scratch of column_means
+
+    void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
+        const double* const* x = rows;
+        const double* const* y = rows + d;
+        column_means(x, d, n, at_width(mean_x, n), differs);
+        column_means(y, d, n, at_width(mean_y, n), differs);
+        centered_cross_sums(x, mean_x.data(), y, mean_y.data(), d, n, out);
+        const double count = static_cast<double>(d);
+        for (std::int64_t j = 0; j < n; ++j) out[j] /= count;
     }
 };
 

@@ -4,9 +4,9 @@
 // Input: one row of n float64 cells per step; output: n cells.
 // NaN / warm-up: NaN until d rows are seen and wherever the window holds a NaN;
 //   infinities are values.
-// Arithmetic: the weighted sum runs oldest to newest in long double and is
-//   divided once, then rounded to float64; recomputed from the ring at every
-//   row, so no error builds up over a run. O(d) per cell.
+// Arithmetic: the weighted sum runs oldest to newest in float64 and is
+//   divided once; recomputed from the ring at every row, so no error builds
+//   up over a run. O(d) per cell.
 // State: "count", "window" = d, "ring" (1, d, n).
 // Runs without the GIL, touches no Python object.
 #include "operators/time_series/kernels.hpp"
@@ -20,11 +20,16 @@ namespace {
 struct DecayLinear {
     static constexpr std::size_t inputs = 1;
     static constexpr bool whole_window = true;
-    double operator()(const double* const* w, std::int64_t d) const {
-        Accum weighted = 0.0L;
-        for (std::int64_t k = 0; k < d; ++k) weighted += static_cast<Accum>(k + 1) * w[0][k];
-        const Accum weights = static_cast<Accum>(d) * static_cast<Accum>(d + 1) / 2.0L;
-        return static_cast<double>(weighted / weights);
+
+    void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
+        std::fill(out, out + n, 0.0);
+        for (std::int64_t k = 0; k < d; ++k) {
+            const double* __restrict row = rows[k];
+            const double weight = static_cast<double>(k + 1);
+            for (std::int64_t j = 0; j < n; ++j) out[j] += weight * row[j];
+        }
+        const double weights = static_cast<double>(d) * static_cast<double>(d + 1) / 2.0;
+        for (std::int64_t j = 0; j < n; ++j) out[j] /= weights;
     }
 };
 

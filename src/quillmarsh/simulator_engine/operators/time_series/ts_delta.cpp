@@ -16,7 +16,10 @@ namespace {
 struct Delta {
     static constexpr std::size_t inputs = 1;
     static constexpr bool whole_window = false;
-    double operator()(const double* const* w, std::int64_t rows) const { return w[0][rows - 1] - w[0][0]; }
+
+    void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
+        for (std::int64_t j = 0; j < n; ++j) out[j] = rows[d - 1][j] - rows[0][j];
+    }
 };
 
 }  // namespace

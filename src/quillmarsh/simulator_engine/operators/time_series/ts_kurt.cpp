@@ -4,8 +4,9 @@
 // NaN / warm-up: NaN until d rows are seen, wherever the window holds a NaN,
 //   and for a constant window (zero variance, which includes d = 1);
 //   infinities are values (an infinite mean gives NaN).
-// Arithmetic: two passes (mean, then centred powers) oldest to newest in long
-//   double, rounded to float64 once; recomputed from the ring at every row.
+// Arithmetic: two passes (mean, then centred powers) oldest to newest in
+//   float64; a constant window's mean is its value, so its deviations are
+//   exactly 0. Recomputed from the ring at every row.
 // Complexity: O(d) per cell. State: "count", "window" = d, "ring" (1, d, n).
 // Runs without the GIL, touches no Python object.
 #include <cmath>
@@ -21,20 +22,33 @@ namespace {
 struct TsKurt {
     static constexpr std::size_t inputs = 1;
     static constexpr bool whole_window = true;
-    double operator()(const double* const* w, std::int64_t d) const {
-        if (all_equal(w[0], d)) return std::numeric_limits<double>::quiet_NaN();
-        const Accum mean = window_mean(w[0], d);
-        Accum sum2 = 0.0L;
-        Accum sum4 = 0.0L;
+
+    std::vector<double> mean, sum2, sum4;
+    std::vector<double> differs;  // scratch of column_means
+
+    void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
+        const double* __restrict m = at_width(mean, n);
+        column_means(rows, d, n, mean.data(), differs);
+        double* __restrict s2 = at_width(sum2, n);
+        double* __restrict s4 = at_width(sum4, n);
+        std::fill(s2, s2 + n, 0.0);
+        std::fill(s4, s4 + n, 0.0);
         for (std::int64_t k = 0; k < d; ++k) {
-            const Accum dev = w[0][k] - mean;
-            const Accum dev2 = dev * dev;
-            sum2 += dev2;
-            sum4 += dev2 * dev2;
+            const double* __restrict row = rows[k];
+            for (std::int64_t j = 0; j < n; ++j) {
+                const double dev = row[j] - m[j];
+                const double dev2 = dev * dev;
+                s2[j] += dev2;
+                s4[j] += dev2 * dev2;
+            }
         }
-        const Accum m2 = sum2 / static_cast<Accum>(d);
-        const Accum m4 = sum4 / static_cast<Accum>(d);
-        return static_cast<double>(m4 / (m2 * m2) - 3.0L);
+        const double count = static_cast<double>(d);
+        for (std::int64_t j = 0; j < n; ++j) {
+            // A constant window has m2 = 0 and gives 0 / 0: NaN.
+            const double m2 = s2[j] / count;
+            const double m4 = s4[j] / count;
+            out[j] = m4 / (m2 * m2) - 3.0;
+        }
     }
 };
 

@@ -16,12 +16,13 @@ namespace {
 struct TsMax {
     static constexpr std::size_t inputs = 1;
     static constexpr bool whole_window = true;
-    double operator()(const double* const* w, std::int64_t d) const {
-        double best = w[0][0];
+
+    void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
+        std::copy(rows[0], rows[0] + n, out);
         for (std::int64_t k = 1; k < d; ++k) {
-            if (w[0][k] > best) best = w[0][k];
+            const double* __restrict row = rows[k];
+            for (std::int64_t j = 0; j < n; ++j) out[j] = row[j] > out[j] ? row[j] : out[j];
         }
-        return best;
     }
 };
 

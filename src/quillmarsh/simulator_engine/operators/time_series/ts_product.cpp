@@ -16,10 +16,13 @@ namespace {
 struct Product {
     static constexpr std::size_t inputs = 1;
     static constexpr bool whole_window = true;
-    double operator()(const double* const* w, std::int64_t d) const {
-        double product = w[0][0];
-        for (std::int64_t k = 1; k < d; ++k) product *= w[0][k];
-        return product;
+
+    void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
+        std::copy(rows[0], rows[0] + n, out);
+        for (std::int64_t k = 1; k < d; ++k) {
+            const double* __restrict row = rows[k];
+            for (std::int64_t j = 0; j < n; ++j) out[j] *= row[j];
+        }
     }
 };
 

@@ -24,18 +24,21 @@ namespace {
 struct Quantile {
     static constexpr std::size_t inputs = 1;
     static constexpr bool whole_window = true;
-    double q;
-    mutable std::vector<double> sorted;  // scratch: the window in ascending order
 
-    double operator()(const double* const* w, std::int64_t d) const {
-        sorted.assign(w[0], w[0] + d);
-        std::sort(sorted.begin(), sorted.end());
+    double q;
+    std::vector<double> sorted;  // scratch: one column's window in ascending order
+
+    void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
         const double position = q * static_cast<double>(d - 1);
         const double below = std::floor(position);
         const double fraction = position - below;
         const auto i = static_cast<std::size_t>(below);
-        if (fraction == 0.0) return sorted[i];
-        return sorted[i] + fraction * (sorted[i + 1] - sorted[i]);
+        sorted.resize(static_cast<std::size_t>(d));
+        for (std::int64_t j = 0; j < n; ++j) {
+            for (std::int64_t k = 0; k < d; ++k) sorted[k] = rows[k][j];
+            std::sort(sorted.begin(), sorted.end());
+            out[j] = fraction == 0.0 ? sorted[i] : sorted[i] + fraction * (sorted[i + 1] - sorted[i]);
+        }
     }
 };
 

@@ -18,15 +18,20 @@ namespace {
 struct TsRank {
     static constexpr std::size_t inputs = 1;
     static constexpr bool whole_window = true;
-    double operator()(const double* const* w, std::int64_t d) const {
-        const double current = w[0][d - 1];
-        std::int64_t below = 0;
-        std::int64_t equal = 0;  // the current value included
+
+    std::vector<double> twice_rank;  // scratch: 2 * below + equal + 1 per column
+
+    void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
+        const double* current = rows[d - 1];
+        twice_rank.assign(static_cast<std::size_t>(n), 1.0);
         for (std::int64_t k = 0; k < d; ++k) {
-            below += w[0][k] < current;
-            equal += w[0][k] == current;
+            const double* __restrict row = rows[k];
+            for (std::int64_t j = 0; j < n; ++j) {
+                twice_rank[j] += 2.0 * (row[j] < current[j]) + (row[j] == current[j]);
+            }
         }
-        return static_cast<double>(2 * below + equal + 1) / static_cast<double>(2 * d);
+        const double scale = 2.0 * static_cast<double>(d);
+        for (std::int64_t j = 0; j < n; ++j) out[j] = twice_rank[j] / scale;
     }
 };
 

@@ -5,8 +5,9 @@
 // Input: one row of n float64 cells per step; output: n cells.
 // NaN / warm-up: NaN until d rows are seen and wherever the window holds a NaN;
 //   infinities are values (an infinite mean gives NaN).
-// Arithmetic: two passes (mean, then centred sums) oldest to newest in long
-//   double, rounded to float64 once; recomputed from the ring at every row.
+// Arithmetic: two passes (mean, then centred sums) oldest to newest in
+//   float64; a constant window's mean is its value, so its deviations are
+//   exactly 0. Recomputed from the ring at every row.
 // Complexity: O(d) per cell. State: "count", "window" = d, "ring" (1, d, n).
 // Runs without the GIL, touches no Python object.
 #include "operators/time_series/kernels.hpp"
@@ -20,14 +21,22 @@ namespace {
 struct TsRsquare {
     static constexpr std::size_t inputs = 1;
     static constexpr bool whole_window = true;
-    double operator()(const double* const* w, std::int64_t d) const {
-        if (all_equal(w[0], d)) return std::numeric_limits<double>::quiet_NaN();
-        const Accum mean = window_mean(w[0], d);
-        const Accum sxy = time_cross_sum(w[0], mean, d);
-        const Accum syy = centered_cross_sum(w[0], mean, w[0], mean, d);
-        const Accum r2 = sxy * sxy / (time_square_sum(d) * syy);
-        // Rounding can step just past 1; a NaN (from infinities) stays NaN.
-        return static_cast<double>(r2 > 1.0L ? 1.0L : r2);
+
+    std::vector<double> mean, squares;
+    std::vector<double> differs;  // scratch of column_means
+
+    void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
+        const double* __restrict m = at_width(mean, n);
+        column_means(rows, d, n, mean.data(), differs);
+        time_cross_sums(rows, m, d, n, out);
+        centered_cross_sums(rows, m, rows, m, d, n, at_width(squares, n));
+        const double times = time_square_sum(d);
+        for (std::int64_t j = 0; j < n; ++j) {
+            // A constant window (or d = 1) gives 0 / 0: NaN.
+            const double r2 = out[j] * out[j] / (times * squares[j]);
+            // Rounding can step just past 1; a NaN (from infinities) stays NaN.
+            out[j] = r2 > 1.0 ? 1.0 : r2;
+        }
     }
 };
 

@@ -4,8 +4,9 @@
 // Input: one row of n float64 cells per step; output: n cells.
 // NaN / warm-up: NaN until d rows are seen and wherever the window holds a NaN;
 //   infinities are values (an infinite mean gives NaN).
-// Arithmetic: two passes (mean, then centred sums) oldest to newest in long
-//   double, rounded to float64 once; recomputed from the ring at every row.
+// Arithmetic: two passes (mean, then centred sums) oldest to newest in
+//   float64; a constant window's mean is its value, so its deviations are
+//   exactly 0. Recomputed from the ring at every row.
 // Complexity: O(d) per cell. State: "count", "window" = d, "ring" (1, d, n).
 // Runs without the GIL, touches no Python object.
 #include "operators/time_series/kernels.hpp"
@@ -19,10 +20,16 @@ namespace {
 struct TsSlope {
     static constexpr std::size_t inputs = 1;
     static constexpr bool whole_window = true;
-    double operator()(const double* const* w, std::int64_t d) const {
-        if (d < 2) return std::numeric_limits<double>::quiet_NaN();
-        const Accum mean = window_mean(w[0], d);
-        return static_cast<double>(time_cross_sum(w[0], mean, d) / time_square_sum(d));
+
+    std::vector<double> mean;
+    std::vector<double> differs;  // scratch of column_means
+
+    void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
+        column_means(rows, d, n, at_width(mean, n), differs);
+        time_cross_sums(rows, mean.data(), d, n, out);
+        // d = 1 divides 0 by 0: NaN.
+        const double times = time_square_sum(d);
+        for (std::int64_t j = 0; j < n; ++j) out[j] /= times;
     }
 };
 

@@ -1,48 +1,80 @@
-// Small exact-order helpers over one gathered window (oldest value first),
-// shared by the moment and regression kernels. Sums run oldest to newest in
-// long double, so a window of d equal values (d < 2048) has a mean equal to
-// that value and deviations of exactly zero.
+// Column-wise helpers over a window's rows (rows[k], k = 0 the oldest, n cells
+// each), shared by the moment and regression kernels. Every sum runs oldest to
+// newest in float64 with the columns side by side. The mean of a constant
+// column is its value itself, so its deviations are exactly zero: a constant
+// window has a covariance and slope of exactly 0 and a variance of 0.
 #pragma once
 
+#include <algorithm>
 #include <cstdint>
+#include <vector>
 
 namespace qm::ops {
 
-using Accum = long double;
+// A scratch column of the row width.
+inline double* at_width(std::vector<double>& column, std::int64_t n) {
+    column.resize(static_cast<std::size_t>(n));
+    return column.data();
+}
 
-inline bool all_equal(const double* w, std::int64_t d) {
-    for (std::int64_t k = 1; k < d; ++k) {
-        if (!(w[k] == w[0])) return false;
+// Inner loops run over one row pointer hoisted out and write through
+// __restrict pointers, so the compiler processes several columns at a time.
+inline void column_sums(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict sum) {
+    for (std::int64_t j = 0; j < n; ++j) sum[j] = 0.0;
+    for (std::int64_t k = 0; k < d; ++k) {
+        const double* __restrict row = rows[k];
+        for (std::int64_t j = 0; j < n; ++j) sum[j] += row[j];
     }
-    return true;
 }
 
-inline Accum window_mean(const double* w, std::int64_t d) {
-    Accum sum = 0.0L;
-    for (std::int64_t k = 0; k < d; ++k) sum += w[k];
-    return sum / static_cast<Accum>(d);
+// mean[j] = sum / d, or the column's value when its d values are all equal.
+// `differs` is scratch of the row width.
+inline void column_means(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict mean,
+                         std::vector<double>& differs) {
+    double* __restrict changed = at_width(differs, n);  // 1.0 once a value differs from the oldest
+    const double* __restrict oldest = rows[0];
+    column_sums(rows, d, n, mean);
+    std::fill(changed, changed + n, 0.0);
+    for (std::int64_t k = 1; k < d; ++k) {
+        const double* __restrict row = rows[k];
+        for (std::int64_t j = 0; j < n; ++j) changed[j] = row[j] != oldest[j] ? 1.0 : changed[j];
+    }
+    const double count = static_cast<double>(d);
+    for (std::int64_t j = 0; j < n; ++j) {
+        const double average = mean[j] / count;  // outside the select, so it needs no branch
+        mean[j] = changed[j] != 0.0 ? average : oldest[j];
+    }
 }
 
-// Sum over the window of (x - mean_x) * (y - mean_y).
-inline Accum centered_cross_sum(const double* x, Accum mean_x, const double* y, Accum mean_y, std::int64_t d) {
-    Accum sum = 0.0L;
-    for (std::int64_t k = 0; k < d; ++k) sum += (x[k] - mean_x) * (y[k] - mean_y);
-    return sum;
+// sum[j] = sum over k of (x_k - mean_x) * (y_k - mean_y) for column j.
+inline void centered_cross_sums(const double* const* x, const double* __restrict mean_x, const double* const* y,
+                                const double* __restrict mean_y, std::int64_t d, std::int64_t n,
+                                double* __restrict sum) {
+    for (std::int64_t j = 0; j < n; ++j) sum[j] = 0.0;
+    for (std::int64_t k = 0; k < d; ++k) {
+        const double* __restrict row_x = x[k];
+        const double* __restrict row_y = y[k];
+        for (std::int64_t j = 0; j < n; ++j) sum[j] += (row_x[j] - mean_x[j]) * (row_y[j] - mean_y[j]);
+    }
 }
 
-// Sum over the window of (k - (d - 1) / 2) * (x_k - mean_x): the time index
+// sum[j] = sum over k of (k - (d - 1) / 2) * (x_k - mean_x): the time index
 // centred, k = 0 for the oldest row.
-inline Accum time_cross_sum(const double* x, Accum mean_x, std::int64_t d) {
-    const Accum centre = static_cast<Accum>(d - 1) / 2.0L;
-    Accum sum = 0.0L;
-    for (std::int64_t k = 0; k < d; ++k) sum += (static_cast<Accum>(k) - centre) * (x[k] - mean_x);
-    return sum;
+inline void time_cross_sums(const double* const* x, const double* __restrict mean_x, std::int64_t d,
+                            std::int64_t n, double* __restrict sum) {
+    const double centre = static_cast<double>(d - 1) / 2.0;
+    for (std::int64_t j = 0; j < n; ++j) sum[j] = 0.0;
+    for (std::int64_t k = 0; k < d; ++k) {
+        const double time = static_cast<double>(k) - centre;
+        const double* __restrict row = x[k];
+        for (std::int64_t j = 0; j < n; ++j) sum[j] += time * (row[j] - mean_x[j]);
+    }
 }
 
 // Sum over k of (k - (d - 1) / 2)^2 = d (d^2 - 1) / 12.
-inline Accum time_square_sum(std::int64_t d) {
-    const Accum n = static_cast<Accum>(d);
-    return n * (n * n - 1.0L) / 12.0L;
+inline double time_square_sum(std::int64_t d) {
+    const double count = static_cast<double>(d);
+    return count * (count * count - 1.0) / 12.0;
 }
 
 }  // namespace qm::ops

@@ -1,12 +1,14 @@
 // The driver shared by the windowed time-series operators: a RowHistory plus a
-// kernel that turns one column's window (oldest row first) into one cell.
+// kernel that turns the window's rows (oldest first) into one output row.
 //
 // Phases of a step: the row enters the ring; while fewer rows than the window
-// have been seen (warm-up) every cell is NaN; afterwards each column's window
-// is gathered and, unless the kernel reads only some of its rows, a window
-// holding a NaN gives NaN. Each cell is recomputed from the ring, so a restored
-// history continues one uninterrupted run bit for bit and no error builds up
-// over a long run. Runs without the GIL, touches no Python object.
+// have been seen (warm-up) every cell is NaN; afterwards the kernel computes
+// every column from the window's rows and, unless it reads only some of them,
+// a column whose window holds a NaN is blanked. Kernels loop over the window's
+// rows outside and the columns inside, so independent columns run side by side.
+// Each cell is recomputed from the ring, so a restored history continues one
+// uninterrupted run bit for bit and no error builds up over a long run.
+// Runs without the GIL, touches no Python object.
 #pragma once
 
 #include <algorithm>
@@ -22,37 +24,26 @@
 namespace qm::ops {
 
 // A Kernel provides:
-//   static constexpr std::size_t inputs;         data inputs
-//   static constexpr bool whole_window;           a NaN anywhere in a window blanks the cell
-//   double operator()(const double* const* windows, std::int64_t rows) const;
+//   static constexpr std::size_t inputs;   data inputs
+//   static constexpr bool whole_window;     a NaN anywhere in a window blanks the cell
+//   void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* out);
+// where rows[i * d + k] is row k (0 = oldest) of input i's window, n cells each.
 template <class Kernel>
 class WindowedOperator final : public RowOperator {
 public:
     WindowedOperator(Kernel kernel, std::int64_t rows)
-        : kernel_(kernel), history_(rows, Kernel::inputs),
-          scratch_(Kernel::inputs * static_cast<std::size_t>(rows)) {}
+        : kernel_(std::move(kernel)), history_(rows, Kernel::inputs),
+          rows_(Kernel::inputs * static_cast<std::size_t>(rows)) {}
 
     void step(const double* const* inputs, double* out, std::int64_t n) override {
         history_.push(inputs, n);
-        constexpr double nan = std::numeric_limits<double>::quiet_NaN();
         if (!history_.full()) {
-            std::fill(out, out + n, nan);
+            std::fill(out, out + n, std::numeric_limits<double>::quiet_NaN());
             return;
         }
-        const std::int64_t rows = history_.rows();
-        const double* windows[Kernel::inputs];
-        for (std::size_t i = 0; i < Kernel::inputs; ++i) windows[i] = scratch_.data() + i * rows;
-        for (std::int64_t j = 0; j < n; ++j) {
-            bool present = true;
-            for (std::size_t i = 0; i < Kernel::inputs; ++i) {
-                double* window = scratch_.data() + i * rows;
-                history_.gather(i, j, window);
-                if (Kernel::whole_window) {
-                    present = present && std::none_of(window, window + rows, [](double v) { return std::isnan(v); });
-                }
-            }
-            out[j] = present ? kernel_(windows, rows) : nan;
-        }
+        history_.window_rows(rows_.data());
+        kernel_(rows_.data(), history_.rows(), n, out);
+        if (Kernel::whole_window) blank_windows_with_nan(out, n);
     }
 
     bool stateful() const override { return true; }
@@ -63,14 +54,27 @@ public:
     std::vector<StateField> state_fields() override { return history_.fields(); }
 
 private:
+    // Flags as doubles and NaN found by x != x, so the loops run several
+    // columns at a time.
+    void blank_windows_with_nan(double* __restrict out, std::int64_t n) {
+        blank_.assign(static_cast<std::size_t>(n), 0.0);
+        double* __restrict blank = blank_.data();
+        for (const double* __restrict row : rows_) {
+            for (std::int64_t j = 0; j < n; ++j) blank[j] = row[j] != row[j] ? 1.0 : blank[j];
+        }
+        constexpr double nan = std::numeric_limits<double>::quiet_NaN();
+        for (std::int64_t j = 0; j < n; ++j) out[j] = blank[j] != 0.0 ? nan : out[j];
+    }
+
     Kernel kernel_;
     RowHistory history_;
-    std::vector<double> scratch_;  // one gathered window per input
+    std::vector<const double*> rows_;   // the window's rows, per input, oldest first
+    std::vector<double> blank_;  // per column: 1.0 when its window holds a NaN
 };
 
 template <class Kernel>
 std::unique_ptr<RowOperator> make_windowed(Kernel kernel, std::int64_t rows) {
-    return std::make_unique<WindowedOperator<Kernel>>(kernel, rows);
+    return std::make_unique<WindowedOperator<Kernel>>(std::move(kernel), rows);
 }
 
 // The "window" parameter, already floored and checked to be >= 1 by the binding.

@@ -1,0 +1,47 @@
+#include "operators/time_series/rolling_moments.hpp"
+
+#include <limits>
+#include <stdexcept>
+#include <string>
+
+#include "fast_paths/rolling_step.hpp"
+
+namespace qm::ops {
+
+namespace {
+
+std::string row_shape(std::int64_t n) { return "(" + std::to_string(n) + ",)"; }
+
+}  // namespace
+
+void RollingMoments::restore(std::int64_t n, std::int64_t count) {
+    const auto cells = static_cast<std::size_t>(n);
+    ring_.assign(static_cast<std::size_t>(window_) * cells, std::numeric_limits<double>::quiet_NaN());
+    missing_.assign(cells, 0);
+    for (auto* sums : {&lead_, &lead_sq_, &lag_, &lag_sq_}) sums->assign(cells, 0.0L);
+    width_ = n;
+    count_ = count;
+}
+
+void RollingMoments::step(const double* const* inputs, double* out, std::int64_t n) {
+    if (width_ < 0) restore(n, 0);
+    if (n != width_) throw std::invalid_argument("expected a row of shape " + row_shape(width_) + ", got " + row_shape(n));
+    const RollingState state{ring_.data(),  missing_.data(), lead_.data(),
+                             lead_sq_.data(), lag_.data(),   lag_sq_.data(),
+                             static_cast<std::size_t>(window_), static_cast<std::size_t>(width_)};
+    rolling_step(state, inputs[0], static_cast<std::size_t>(count_), statistic_, out);
+    ++count_;
+}
+
+std::vector<StateField> RollingMoments::state_fields() {
+    if (width_ < 0) return {};
+    const std::vector<std::int64_t> row{width_};
+    return {{"ring", StateDType::Float64, {window_, width_}, ring_.data()},
+            {"nan_in_window", StateDType::Int64, row, missing_.data()},
+            {"prefix_sum", StateDType::LongDouble, row, lead_.data()},
+            {"prefix_sum_sq", StateDType::LongDouble, row, lead_sq_.data()},
+            {"lagging_sum", StateDType::LongDouble, row, lag_.data()},
+            {"lagging_sum_sq", StateDType::LongDouble, row, lag_sq_.data()}};
+}
+
+}  // namespace qm::ops

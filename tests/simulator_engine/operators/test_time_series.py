@@ -1,0 +1,168 @@
+"""Time-series native operators: against their NumPy twins, conventions, and streaming through evaluate."""
+import numpy as np
+import pytest
+from hypothesis import given, strategies as st
+from hypothesis.extra import numpy as hnp
+
+from quillmarsh._reference.time_series import TIME_SERIES_REFERENCES
+from quillmarsh.functions.registry import default_registry
+from quillmarsh.simulator_engine import expression_evaluator as ee
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine.expression_evaluator import NativeFunction, _operator_table
+
+from ...strategies import CELL
+
+TIME_SERIES = [row for row in _operator_table()
+               if row["family"] == "time_series" and row["name"] in TIME_SERIES_REFERENCES]
+BY_ALIAS = {row["alias"]: row["name"] for row in TIME_SERIES}
+WINDOW = st.sampled_from([1, 2, 3, 5, 8])
+# Ties, constant runs, signed zeros, infinities and NaN among ordinary values.
+TS_CELL = st.one_of(CELL, st.sampled_from([1.0, 2.0, 2.0, -1.0]))
+
+
+@st.composite
+def matrices(draw, arity, max_rows=30):
+    rows = draw(st.integers(0, max_rows))
+    cols = draw(st.integers(1, 4))
+    inputs = [draw(hnp.arrays(np.float64, (rows, cols), elements=TS_CELL)) for _ in range(arity)]
+    if rows and draw(st.booleans()):  # a constant run in one column
+        start = draw(st.integers(0, rows - 1))
+        inputs[0][start:start + draw(st.integers(1, 12)), draw(st.integers(0, cols - 1))] = 0.1
+    return inputs
+
+
+def params_for(row, draw):
+    params = {"window": draw(WINDOW)}
+    if any(item["name"] == "q" for item in row["param_schema"]):
+        params["q"] = draw(st.sampled_from([0.0, 0.25, 0.5, 0.9, 1.0]))
+    return params
+
+
+def run_rows(instance, inputs):
+    out = np.full(inputs[0].shape, np.nan)
+    for t in range(inputs[0].shape[0]):
+        out[t] = instance(*(x[t].copy() for x in inputs))
+    return out
+
+
+def assert_same_cells(actual, expected, message=""):
+    """Equal bit for bit, NaN where NaN (0.0 and -0.0 count as equal)."""
+    np.testing.assert_array_equal(np.isnan(actual), np.isnan(expected), err_msg=message)
+    np.testing.assert_array_equal(actual, expected, err_msg=message)
+
+
+def test_every_time_series_operator_has_a_twin():
+    native = {row["name"] for row in _operator_table() if row["family"] == "time_series"}
+    assert set(TIME_SERIES_REFERENCES) <= native
+    assert len(TIME_SERIES_REFERENCES) == 21
+
+
+@pytest.mark.parametrize("row", TIME_SERIES, ids=lambda row: row["alias"])
+@given(data=st.data())
+def test_native_cells_equal_the_twin(row, data):
+    inputs = data.draw(matrices(row["arity"]))
+    params = params_for(row, data.draw)
+    originals = [x.copy() for x in inputs]
+    out = run_rows(NativeFunction(row["name"], **params), inputs)
+    with np.errstate(all="ignore"):
+        expected = TIME_SERIES_REFERENCES[row["name"]](inputs, params)
+    assert_same_cells(out, expected, f"{params} {inputs}")
+    for x, original in zip(inputs, originals):
+        np.testing.assert_array_equal(x, original)
+
+
+def prices(rows, cols, seed):
+    rng = np.random.default_rng(seed)
+    return 1e4 + np.cumsum(rng.standard_normal((rows, cols)), axis=0)
+
+
+@pytest.mark.parametrize("alias", ["ts_sum", "decay_linear", "covariance", "correlation", "ts_skew", "ts_slope"])
+def test_a_long_run_of_prices_keeps_every_cell_of_the_twin(alias):
+    row = next(r for r in TIME_SERIES if r["alias"] == alias)
+    inputs = [prices(100_000, 2, seed) for seed in range(row["arity"])]
+    out = run_rows(NativeFunction(row["name"], window=10), inputs)
+    assert_same_cells(out, TIME_SERIES_REFERENCES[row["name"]](inputs, {"window": 10}))
+
+
+@pytest.mark.parametrize("alias, column, window, expected", [
+    # Rows since the extreme: ties go to the oldest.
+    ("ts_argmax", [1.0, 3.0, 3.0, 2.0], 4, [np.nan] * 3 + [2.0]),
+    ("ts_argmin", [5.0, 1.0, 4.0, 1.0, 9.0], 3, [np.nan] * 2 + [1.0, 2.0, 1.0]),
+    # Average rank of the current value among the window, divided by the window.
+    ("ts_rank", [2.0, 2.0, 1.0, 2.0], 3, [np.nan] * 2 + [1 / 3, 5 / 6]),
+    ("ts_rank", [-0.0, 0.0, np.inf, np.inf], 2, [np.nan, 0.75, 1.0, 0.75]),
+    # delay and delta read only the two rows they use.
+    ("delay", [1.0, np.nan, 3.0, 4.0], 2, [np.nan, np.nan, 1.0, np.nan]),
+    ("delta", [1.0, np.nan, 3.0, np.inf], 2, [np.nan, np.nan, 2.0, np.nan]),
+    ("correlation", [1.0, 1.0, 1.0], 3, [np.nan] * 3),
+    ("ts_skew", [2.0, 2.0, 2.0], 3, [np.nan] * 3),
+    ("ts_rsquare", [1.0, 2.0, 3.0], 1, [np.nan] * 3),
+    ("ts_residual", [1.0, 2.0, 3.0, 5.0], 3, [np.nan] * 2 + [0.0, 1 / 6]),
+    ("ts_slope", [4.0, 4.0, 4.0], 2, [np.nan, 0.0, 0.0]),
+    ("covariance", [0.1, 0.1, 0.1], 3, [np.nan] * 2 + [0.0]),
+    ("decay_linear", [1.0, 2.0, 4.0], 3, [np.nan] * 2 + [17 / 6]),
+    ("ts_quantile", [4.0, 1.0, 3.0, 2.0], 4, [np.nan] * 3 + [1.75]),
+    ("ts_median", [4.0, 1.0, 3.0, 2.0], 4, [np.nan] * 3 + [2.5]),
+    ("ts_product", [2.0, np.inf, 0.0], 2, [np.nan, np.inf, np.nan]),
+    # ema: alpha = 2 / (span + 1); a NaN restarts the average and its warm-up.
+    ("ema", [1.0, 4.0, np.nan, 2.0, 5.0, 8.0], 2, [np.nan, 3.0, np.nan, np.nan, 4.0, 6.666666666666666]),
+])
+def test_conventions_on_chosen_columns(alias, column, window, expected):
+    params = {"window": window} | ({"q": 0.25} if alias == "ts_quantile" else {})
+    x = np.array(column)[:, None]
+    inputs = [x, x] if alias in ("correlation", "covariance") else [x]
+    out = run_rows(NativeFunction(BY_ALIAS[alias], **params), inputs)
+    np.testing.assert_allclose(out[:, 0], expected, rtol=1e-12)
+
+
+@pytest.mark.parametrize("q", [-0.1, 1.5, np.nan])
+def test_quantile_outside_zero_to_one_is_refused(q):
+    with pytest.raises(ValueError, match="q must be between 0 and 1"):
+        NativeFunction(BY_ALIAS["ts_quantile"], window=3, q=q)
+
+
+@pytest.mark.parametrize("alias, window, payload_window", [("delay", 3, 4), ("delta", 1, 2), ("ts_sum", 3, 3),
+                                                          ("ema", 5, 5)])
+def test_payload_window_counts_the_rows_a_cell_needs(alias, window, payload_window):
+    instance = NativeFunction(BY_ALIAS[alias], window=window)
+    instance(np.ones(2))
+    state = instance.get_state()
+    assert (state["count"], state["window"], instance.window) == (1, payload_window, payload_window)
+
+
+def graph_of(row, params, children):
+    literals = [Node("int", params["window"])] + ([Node("float", params["q"])] if "q" in params else [])
+    return Node("rotation", row["name"], [*children, *literals])
+
+
+def context_of(inputs, rows=slice(None)):
+    names = {f"x{i}": i for i in range(len(inputs))}
+    return ee.EvaluationContext([x[rows] for x in inputs], names, registry=default_registry(),
+                                universe=np.ones_like(inputs[0][rows]))
+
+
+@pytest.mark.parametrize("row", TIME_SERIES, ids=lambda row: row["alias"])
+@given(data=st.data())
+def test_streaming_in_two_parts_equals_one_evaluation(row, data):
+    inputs = data.draw(matrices(row["arity"], max_rows=25).filter(lambda m: m[0].shape[0] >= 2))
+    params = params_for(row, data.draw)
+    # Nested under a second stateful operator, so both carry their history across the split.
+    inner = graph_of(row, params, [Node("feature", f"x{i}") for i in range(row["arity"])])
+    graph = Node("rotation", BY_ALIAS["ts_sum"], [inner, Node("int", 2)])
+    split = data.draw(st.integers(1, inputs[0].shape[0] - 1))
+    whole, _ = ee.evaluate(graph, context_of(inputs))
+    first, states = ee.evaluate(graph, context_of(inputs, slice(0, split)))
+    second, final = ee.evaluate(graph, context_of(inputs, slice(split, None)), function_states=states)
+    assert_same_cells(np.vstack([first, second]), whole)
+    assert final["root.c0"].data["count"] == inputs[0].shape[0]
+
+
+def test_evaluate_blanks_the_warm_up_and_matches_the_twins():
+    x = prices(40, 3, 7)
+    graph = Node("rotation", BY_ALIAS["ts_rank"], [
+        Node("rotation", BY_ALIAS["delay"], [Node("feature", "x0"), Node("int", 2)]), Node("int", 4)])
+    weights, _ = ee.evaluate(graph, context_of([x]))
+    reference = TIME_SERIES_REFERENCES
+    expected = reference[BY_ALIAS["ts_rank"]]([reference[BY_ALIAS["delay"]]([x], {"window": 2})], {"window": 4})
+    assert np.isnan(weights[:5]).all() and not np.isnan(weights[5:]).any()
+    assert_same_cells(weights, expected)
