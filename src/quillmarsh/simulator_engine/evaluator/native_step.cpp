@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
-#include <exception>
+#include <new>
 #include <stdexcept>
 
 #include "evaluator/node_steps.hpp"

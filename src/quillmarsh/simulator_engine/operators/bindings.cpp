@@ -76,8 +76,10 @@ void export_operators(nb::module_& m) {
         .def("__setstate__",
              [](NativeFunction* self, nb::tuple saved) {
                  if (saved.size() != 3) throw nb::value_error("a pickled NativeFunction holds (name, config, state)");
-                 new (self) NativeFunction(nb::cast<std::string>(saved[0]), saved[1]);
-                 self->set_state(saved[2]);
+                 // Built and restored before it takes the place of `self`, so a refused state leaves nothing half made.
+                 NativeFunction restored(nb::cast<std::string>(saved[0]), saved[1]);
+                 restored.set_state(saved[2]);
+                 new (self) NativeFunction(std::move(restored));
              })
         .def("__repr__", [](NativeFunction& self) {
             return std::string("NativeFunction(") + nb::repr(nb::str(self.spec().name)).c_str() + ", **" +

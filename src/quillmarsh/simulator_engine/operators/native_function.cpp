@@ -44,7 +44,7 @@ nb::object NativeFunction::call(nb::args rows, nb::kwargs kwargs) {
     }
     std::vector<nb::object> arrays;
     std::vector<const double*> inputs;
-    std::int64_t n = -1;
+    std::int64_t n = -1;  // every operator takes at least one row, which sets it
     for (nb::handle row : rows) {
         nb::object array = as_float64_contiguous(row);
         std::vector<std::int64_t> dims = dims_of(array);
@@ -58,12 +58,12 @@ nb::object NativeFunction::call(nb::args rows, nb::kwargs kwargs) {
         inputs.push_back(float64_data(array));
         arrays.push_back(std::move(array));
     }
-    nb::object out = empty_float64({n < 0 ? 0 : n});
-    op_->step(inputs.data(), float64_data(out), n < 0 ? 0 : n);
+    nb::object out = empty_float64({n});
+    op_->step(inputs.data(), float64_data(out), n);
     return out;
 }
 
-nb::dict NativeFunction::state_payload_of() { return state_payload(*op_); }
+nb::dict NativeFunction::get_state() { return state_payload(*op_); }
 
 void NativeFunction::set_state(nb::handle data) { op_ = restored_operator(*spec_, params_, data); }
 

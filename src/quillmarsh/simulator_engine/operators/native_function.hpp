@@ -30,12 +30,10 @@ public:
     // wrong count of rows, rows of other than one dimension or of unequal widths.
     nb::object call(nb::args rows, nb::kwargs kwargs);
 
-    nb::dict get_state() { return state_payload_of(); }
+    nb::dict get_state();
     void set_state(nb::handle data);
 
 private:
-    nb::dict state_payload_of();
-
     const OperatorSpec* spec_;
     std::vector<double> params_;
     nb::dict config_;
