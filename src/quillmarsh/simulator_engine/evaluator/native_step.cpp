@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <exception>
 #include <new>
 #include <stdexcept>
 
@@ -36,6 +37,8 @@ void run_native(GeneralEvaluation& ev, Program& program, Instruction& ins, std::
         raise_native_failure(ins, t, PyExc_ValueError, error.what());
     } catch (const std::bad_alloc&) {
         raise_native_failure(ins, t, PyExc_MemoryError, "out of memory");
+    } catch (const std::exception& error) {
+        raise_native_failure(ins, t, PyExc_RuntimeError, error.what());
     }
     if (ev.provenance.propagate_data_nan(ins.nan_check, program.registers, program.n)) {
         std::fill(reg, reg + program.n, NAN);

@@ -1,6 +1,8 @@
 #include "operators/time_series/rolling_moments.hpp"
 
+#include <cstddef>
 #include <limits>
+#include <new>
 #include <stdexcept>
 #include <string>
 
@@ -16,6 +18,10 @@ std::string row_shape(std::int64_t n) { return "(" + std::to_string(n) + ",)"; }
 
 void RollingMoments::restore(std::int64_t n, std::int64_t count) {
     const auto cells = static_cast<std::size_t>(n);
+    // A window times a width past what memory can address would wrap the ring's size.
+    if (cells != 0 && static_cast<std::size_t>(window_) > std::numeric_limits<std::ptrdiff_t>::max() / sizeof(double) / cells) {
+        throw std::bad_alloc();
+    }
     ring_.assign(static_cast<std::size_t>(window_) * cells, std::numeric_limits<double>::quiet_NaN());
     missing_.assign(cells, 0);
     for (auto* sums : {&lead_, &lead_sq_, &lag_, &lag_sq_}) sums->assign(cells, 0.0L);
