@@ -23,6 +23,7 @@ class PythonCall:
     def __init__(self, native):
         self._native = native
         self.stateful = native.stateful
+        self.arity = native.arity  # bound, it takes only its data children, as the native instance does
 
     def __call__(self, *rows, context=None):
         return self._native(*rows)
@@ -122,10 +123,19 @@ def test_a_failing_step_names_the_node_and_row_with_the_cause_chained(registry):
     assert type(caught.value.__cause__) is ValueError
 
 
-@pytest.mark.parametrize("wrap", [lambda f: f, PythonCall], ids=["native", "python"])
-def test_bound_instances_take_either_path(wrap):
-    graph = op("elementwise_sub_5d8561", feature("close"), feature("volume"))
-    weights, _ = ee.evaluate(graph, _context(default_registry()),
-                             bound_function_instances={"root": wrap(NativeFunction("elementwise_sub_5d8561"))})
-    masked = np.where(UNIVERSE == 0.0, np.nan, 1.0)
-    np.testing.assert_array_equal(weights, CLOSE * masked - VOLUME * masked)
+def test_bound_instances_keep_the_same_node_outputs_on_either_path():
+    graph = GRAPHS["rolling_chain_times_rank"]
+    bound_names = {"root": ("numerical_combine_d65e04", {}), "root.c0": (ZSCORE, {"window": 7}),
+                   "root.c0.c0": ("longitudinal_accumulators_25c7fb", {"window": 5}),
+                   "root.c1": ("latitudinal_rank_688068", {}), "root.c1.c0": ("cross_sectional_demean_5e2a7c", {})}
+
+    def evaluate(wrap):
+        instances = {path: wrap(NativeFunction(name, **config)) for path, (name, config) in bound_names.items()}
+        return ee.evaluate(graph, _context(default_registry()), bound_function_instances=instances)
+
+    native, python = evaluate(lambda f: f), evaluate(PythonCall)
+    np.testing.assert_array_equal(native.weights, python.weights)
+    assert native.node_outputs.keys() == python.node_outputs.keys() and len(native.node_outputs) > len(bound_names)
+    for path, matrix in native.node_outputs.items():
+        np.testing.assert_array_equal(matrix, python.node_outputs[path], err_msg=path)
+    assert_same_states(native.states, python.states)
