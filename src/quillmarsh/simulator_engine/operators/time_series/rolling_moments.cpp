@@ -4,17 +4,11 @@
 #include <limits>
 #include <new>
 #include <stdexcept>
-#include <string>
 
 #include "fast_paths/rolling_step.hpp"
+#include "host/messages.hpp"
 
 namespace qm::ops {
-
-namespace {
-
-std::string row_shape(std::int64_t n) { return "(" + std::to_string(n) + ",)"; }
-
-}  // namespace
 
 void RollingMoments::restore(std::int64_t n, std::int64_t count) {
     const auto cells = static_cast<std::size_t>(n);
@@ -31,7 +25,7 @@ void RollingMoments::restore(std::int64_t n, std::int64_t count) {
 
 void RollingMoments::step(const double* const* inputs, double* out, std::int64_t n) {
     if (width_ < 0) restore(n, 0);
-    if (n != width_) throw std::invalid_argument("expected a row of shape " + row_shape(width_) + ", got " + row_shape(n));
+    if (n != width_) throw std::invalid_argument(msg::operator_width_changed());
     const RollingState state{ring_.data(),  missing_.data(), lead_.data(),
                              lead_sq_.data(), lag_.data(),   lag_sq_.data(),
                              static_cast<std::size_t>(window_), static_cast<std::size_t>(width_)};
