@@ -40,6 +40,7 @@ def test_aliases_and_registry_names_agree(alias, name):
 @pytest.mark.parametrize("text", [
     "rank(close) * rank(volume)", "a * (b * c) * (d * e)", "zscore(mean(returns, 5), 60)",
     "pool_mean(filtration(or_(gt('sharpe', 0.5), lt('turnover', 1.0))))", "scale(demean(x), -2.0, target=0.5)",
+    "indneutralize(x, IndClass.industry) - adv20", "c ? 1.0 : -x ** 2.0", "-1.0 - x / (y - 1.0)",
 ])
 def test_printed_text_parses_to_the_same_graph(text):
     graph = parse_expression(text, REGISTRY)
@@ -77,7 +78,7 @@ def test_operators_precedence_and_paper_spellings(text, same_as):
 @pytest.mark.parametrize("text", [
     "-(a - b) * c", "(a + b) ** -c", "(-2.0) ** x", "a - -1.0", "(a ? b : c) ? d : e", "a ? b ? 1.0 : 2.0 : -3.0",
     "~(a < b) & (c | d)", "(a | b) & c", "adv20 / maximum(x, y) - ts_max(x, 5)", "a < b < c", "a < (b < c)",
-    "where(c, constant_like(d, 1.0), x)", "indneutralize(x, sector) / 1.0 / 0.0",
+    "where(c, constant_like(d, 1.0), x)", "indneutralize(x, IndClass.sector) / 1.0 / 0.0", "indneutralize(x, y)",
 ])
 def test_minimal_parentheses_still_give_the_same_graph(text):
     graph = parse_expression(text, REGISTRY)

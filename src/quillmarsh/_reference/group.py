@@ -19,8 +19,8 @@ def indneutralize(x: Any, g: Any) -> np.ndarray:
         for code in np.unique(codes[present]):
             members = present & (codes == code)
             total = np.longdouble(0)
-            for value in values[members]:
-                total += value
-            with np.errstate(invalid="ignore"):
+            with np.errstate(invalid="ignore"):  # inf + -inf, inf - inf
+                for value in values[members]:
+                    total += value
                 row[members] = values[members] - np.float64(total / members.sum())
     return out

@@ -12,16 +12,8 @@ from typing import Any
 from quillmarsh.simulator_engine import expression_evaluator
 from quillmarsh.simulator_engine.expression_evaluator import FILTRATION_NODE_TYPES
 
-PRODUCT = "numerical_combine_d65e04"
-
-BUILTIN_ALIASES: dict[str, str] = {
-    "rank": "latitudinal_rank_688068",
-    "mul": PRODUCT,
-    "mean": "longitudinal_accumulators_25c7fb",
-    "std": "longitudinal_accumulators_a5b1f0",
-    "zscore": "longitudinal_accumulators_7e8468",
-    "demean": "cross_sectional_demean_5e2a7c",
-    "scale": "cross_sectional_scale_c81f06",
+# The reductions are not native operators; every other built-in is in the operator table.
+REDUCTION_ALIASES: dict[str, str] = {
     "pool_mean": "reduction_mean_3f9c2e",
     "pool_pnl_weighted": "reduction_pnl_weighted_b7d41a",
 }
@@ -35,14 +27,14 @@ PAPER_SPELLINGS: dict[str, str] = {
 
 @functools.cache
 def aliases() -> dict[str, str]:
-    """Alias -> registry name, for the built-ins and every native operator."""
+    """Alias -> registry name, for every native operator and the reductions."""
     table = {row["alias"]: row["name"] for row in expression_evaluator._operator_table()}
-    return {**table, **BUILTIN_ALIASES}
+    return {**table, **REDUCTION_ALIASES}
 
 
 @functools.cache
 def _alias_of() -> dict[str, str]:
-    return {name: alias for alias, name in aliases().items() if alias != "mul"} | {PRODUCT: "mul"}
+    return {name: alias for alias, name in aliases().items()}
 
 
 def registry_name(alias: str) -> str:

@@ -16,7 +16,7 @@ from typing import Any
 from quillmarsh.simulator_engine._types import FunctionGraphNode
 
 from quillmarsh.cli.errors import UserError
-from quillmarsh.cli.names import PRODUCT, canonical_alias, registry_name, resolve_call
+from quillmarsh.cli.names import canonical_alias, registry_name, resolve_call
 from quillmarsh.cli.text_operators import (BINARY_BY_ALIAS, CONSTANT_LIKE, UNARY_BY_ALIAS, WHERE,
                                            Binary, Unary)
 from quillmarsh.cli.text_tokens import position
@@ -132,7 +132,7 @@ class GraphBuilder:
 
     def node(self, alias: str, args: list[Term], offset: int) -> Data:
         """A node of an operator the text form itself writes (add, where, ...)."""
-        name = PRODUCT if alias == "mul" else registry_name(alias)
+        name = registry_name(alias)
         if not self.registry.has(name):
             raise self.error(offset, f"unknown function '{alias}'", "the registry does not have it")
         return self.function("rotation", name, args, {}, offset)

@@ -2,7 +2,8 @@
 
 Parsing the printed text gives the same graph: operators print as their symbols, scalar forms
 with their constant on its side, `where` as `c ? a : b` (a `constant_like` of the condition as
-its bare constant), the N-day mean of `amount` as `advN`, everything else as a call.
+its bare constant), the N-day mean of `amount` as `advN`, a group feature of `indneutralize`
+as `IndClass.level`, everything else as a call.
 """
 from __future__ import annotations
 
@@ -13,7 +14,7 @@ from quillmarsh.simulator_engine._types import FunctionGraphNode
 from quillmarsh.cli.graph_json import graph_to_dict
 from quillmarsh.cli.names import alias_of, display_name
 from quillmarsh.cli.node_kinds import FEATURE_LEAF_TYPES, LITERAL_TYPES
-from quillmarsh.cli.text_build import DOLLAR_VOLUME
+from quillmarsh.cli.text_build import DOLLAR_VOLUME, GROUP_LEVELS
 from quillmarsh.cli.text_operators import (ATOM, BINARY_BY_ALIAS, CONSTANT_LIKE, OR, POWER, SCALAR_FORMS,
                                            TERNARY, TIMES, UNARY, UNARY_BY_ALIAS, WHERE, Binary)
 
@@ -58,7 +59,13 @@ def _operator_text(alias: str, children: list[FunctionGraphNode]) -> tuple[str, 
         return _conditional(*children)
     if alias == "mean" and _is_adv(children):
         return f"adv{children[1].node}", ATOM
+    if alias == "indneutralize" and len(children) == 2 == len(data) and _is_group_level(children[1]):
+        return f"indneutralize({_text(children[0])[0]}, IndClass.{children[1].node})", ATOM
     return None
+
+
+def _is_group_level(node: FunctionGraphNode) -> bool:
+    return node.type == "feature" and node.node in GROUP_LEVELS and not node.children
 
 
 def _binary(binary: Binary, left: tuple[str, int], right: tuple[str, int]) -> tuple[str, int]:

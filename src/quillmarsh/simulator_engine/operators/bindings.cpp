@@ -4,6 +4,7 @@
 #include <nanobind/nanobind.h>
 #include <nanobind/stl/string.h>
 
+#include "host/messages.hpp"
 #include "operators/native_function.hpp"
 
 namespace nb = nanobind;
@@ -50,7 +51,7 @@ nb::list operator_table_rows() {
 }
 
 nb::object window_of(NativeFunction& self) {
-    if (!self.spec().stateful) throw nb::attribute_error("a stateless operator has no window");
+    if (!self.spec().stateful) throw nb::attribute_error(msg::operator_without_window().c_str());
     return nb::int_(self.row_operator().window());
 }
 
@@ -75,7 +76,7 @@ void export_operators(nb::module_& m) {
              [](NativeFunction& self) { return nb::make_tuple(self.spec().name, self.config(), self.get_state()); })
         .def("__setstate__",
              [](NativeFunction* self, nb::tuple saved) {
-                 if (saved.size() != 3) throw nb::value_error("a pickled NativeFunction holds (name, config, state)");
+                 if (saved.size() != 3) throw nb::value_error(msg::pickled_native_function().c_str());
                  // Built and restored before it takes the place of `self`, so a refused state leaves nothing half made.
                  NativeFunction restored(nb::cast<std::string>(saved[0]), saved[1]);
                  restored.set_state(saved[2]);

@@ -40,6 +40,10 @@ private:
     std::unique_ptr<RowOperator> op_;
 };
 
+// The message for a row of n cells handed to an operator that holds rows of
+// another width; empty when n fits.
+std::string row_width_mismatch(const RowOperator& op, std::int64_t n);
+
 // The row operator of a NativeFunction instance; nullptr for any other object.
 RowOperator* native_operator_of(nb::handle instance);
 

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "host/format.hpp"
+#include "host/messages.hpp"
 
 namespace qm::ops {
 
@@ -19,9 +20,7 @@ namespace {
     throw nb::python_error();
 }
 
-std::string not_an_integer(const ParamSpec& param, nb::handle value) {
-    return std::string(param.name) + " must be an integer, got " + repr_of(value);
-}
+std::string not_an_integer(const ParamSpec& param, nb::handle value) { return msg::param_not_integer(param.name, repr_of(value)); }
 
 // An integer parameter: a Python int or anything with __index__, never a bool.
 long long integer_value(const ParamSpec& param, nb::handle value) {
@@ -42,20 +41,21 @@ long long window_value(const ParamSpec& param, nb::handle value) {
     long long length = 0;
     if (PyFloat_Check(value.ptr())) {
         const double raw = PyFloat_AS_DOUBLE(value.ptr());
-        if (!std::isfinite(raw)) raise_value(std::string(param.name) + " must be finite, got " + repr_of(value));
+        if (!std::isfinite(raw)) raise_value(msg::param_not_finite(param.name, repr_of(value)));
         const double floored = std::floor(raw);
-        if (floored < 1.0) raise_value(std::string(param.name) + " must be at least 1, got " + std::to_string(static_cast<long long>(floored)));
-        if (floored > 9.0e15) raise_value(std::string(param.name) + " is too large, got " + repr_of(value));
+        if (floored < 1.0) raise_value(msg::param_below_one(param.name, static_cast<long long>(floored)));
+        // Beyond 2^53 a float no longer names one integer.
+        if (floored > 9.0e15) raise_value(msg::param_too_large(param.name, repr_of(value)));
         length = static_cast<long long>(floored);
     } else {
         length = integer_value(param, value);
     }
-    if (length < 1) raise_value(std::string(param.name) + " must be at least 1, got " + std::to_string(length));
+    if (length < 1) raise_value(msg::param_below_one(param.name, length));
     return length;
 }
 
 double number_value(const ParamSpec& param, nb::handle value) {
-    const std::string message = std::string(param.name) + " must be a number, got " + repr_of(value);
+    const std::string message = msg::param_not_number(param.name, repr_of(value));
     if (PyBool_Check(value.ptr()) || PyUnicode_Check(value.ptr()) || PyBytes_Check(value.ptr())) raise_type(message);
     const double out = PyFloat_AsDouble(value.ptr());
     if (out == -1.0 && PyErr_Occurred()) {
@@ -69,21 +69,21 @@ void check_known_names(const OperatorSpec& spec, nb::dict config) {
     for (auto [key, value] : config) {
         bool known = false;
         for (const ParamSpec& param : spec.params) known = known || text_of(key) == param.name;
-        if (!known) raise_type(std::string(spec.name) + " got an unexpected parameter " + repr_of(key));
+        if (!known) raise_type(msg::operator_param_unknown(spec.name, repr_of(key)));
     }
 }
 
 }  // namespace
 
 OperatorParams convert_params(const OperatorSpec& spec, nb::handle config) {
-    if (!PyDict_Check(config.ptr())) raise_type("the configuration must be a dict, got " + type_name_of(config));
+    if (!PyDict_Check(config.ptr())) raise_type(msg::operator_config_type(type_name_of(config)));
     nb::dict given = nb::borrow<nb::dict>(config);
     check_known_names(spec, given);
     OperatorParams out;
     for (const ParamSpec& param : spec.params) {
         nb::str key(param.name);
         if (!given.contains(key)) {
-            if (!param.has_default) raise_type(std::string(spec.name) + " is missing the parameter '" + param.name + "'");
+            if (!param.has_default) raise_type(msg::operator_param_missing(spec.name, param.name));
             out.values.push_back(param.default_value);
             out.config[key] = param.kind == ParamKind::Number ? nb::object(nb::float_(param.default_value))
                                                               : nb::object(nb::int_(static_cast<long long>(param.default_value)));

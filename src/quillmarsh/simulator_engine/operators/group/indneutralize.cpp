@@ -6,11 +6,15 @@
 //   Infinities are values (an infinite group mean gives NaN or -inf/inf).
 //   A group of one gives 0.0.
 // Arithmetic: each group's sum runs in column order in long double, the mean
-//   is rounded to float64 once and subtracted in float64. O(n log n) per row
-//   (the present cells sorted by code). Stateless.
+//   is rounded to float64 once and subtracted in float64.
+// Complexity: O(n log n) for a row whose codes differ from the previous row's
+//   (the columns are sorted by code), O(n) otherwise: group codes rarely
+//   change from one row to the next. Stateless: the cached grouping only
+//   depends on the code row it was built from.
 // Runs without the GIL, touches no Python object.
 #include <algorithm>
 #include <cmath>
+#include <cstring>
 #include <limits>
 
 #include "operators/group/kernels.hpp"
@@ -26,28 +30,51 @@ public:
     void step(const double* const* inputs, double* out, std::int64_t n) override {
         const double* x = inputs[0];
         const double* code = inputs[1];
-        members_.clear();
-        for (std::int64_t j = 0; j < n; ++j) {
-            out[j] = std::numeric_limits<double>::quiet_NaN();
-            if (!std::isnan(x[j]) && !std::isnan(code[j])) members_.push_back(j);
-        }
-        // Stable, so each group's cells stay in column order.
-        std::stable_sort(members_.begin(), members_.end(),
-                         [code](std::int64_t a, std::int64_t b) { return code[a] < code[b]; });
-        for (std::size_t first = 0; first < members_.size();) {
-            std::size_t last = first;
+        if (!same_codes(code, n)) group_columns(code, n);
+        std::fill(out, out + n, std::numeric_limits<double>::quiet_NaN());
+        for (std::size_t g = 0; g + 1 < group_starts_.size(); ++g) {
             Accum sum = 0.0L;
-            while (last < members_.size() && code[members_[last]] == code[members_[first]]) {
-                sum += x[members_[last++]];
+            std::int64_t present = 0;
+            for (std::size_t k = group_starts_[g]; k < group_starts_[g + 1]; ++k) {
+                const double value = x[members_[k]];
+                if (std::isnan(value)) continue;
+                sum += value;
+                ++present;
             }
-            const double mean = static_cast<double>(sum / static_cast<Accum>(last - first));
-            for (std::size_t k = first; k < last; ++k) out[members_[k]] = x[members_[k]] - mean;
-            first = last;
+            if (present == 0) continue;
+            const double mean = static_cast<double>(sum / static_cast<Accum>(present));
+            for (std::size_t k = group_starts_[g]; k < group_starts_[g + 1]; ++k) {
+                out[members_[k]] = x[members_[k]] - mean;  // a NaN x stays NaN
+            }
         }
     }
 
 private:
-    std::vector<std::int64_t> members_;  // scratch: columns with a present value and code
+    // Bit for bit, so a NaN code compares equal to itself and -0.0 differs from 0.0.
+    bool same_codes(const double* code, std::int64_t n) const {
+        return static_cast<std::int64_t>(codes_.size()) == n &&
+               (n == 0 || std::memcmp(codes_.data(), code, static_cast<std::size_t>(n) * sizeof(double)) == 0);
+    }
+
+    void group_columns(const double* code, std::int64_t n) {
+        codes_.assign(code, code + n);
+        members_.clear();
+        for (std::int64_t j = 0; j < n; ++j) {
+            if (!std::isnan(code[j])) members_.push_back(j);
+        }
+        // Stable, so each group's cells stay in column order.
+        std::stable_sort(members_.begin(), members_.end(),
+                         [code](std::int64_t a, std::int64_t b) { return code[a] < code[b]; });
+        group_starts_.clear();
+        for (std::size_t k = 0; k < members_.size(); ++k) {
+            if (k == 0 || code[members_[k]] != code[members_[k - 1]]) group_starts_.push_back(k);
+        }
+        group_starts_.push_back(members_.size());
+    }
+
+    std::vector<double> codes_;               // the code row the grouping was built from
+    std::vector<std::int64_t> members_;       // columns with a code, sorted by code
+    std::vector<std::size_t> group_starts_;   // where each group begins in members_, then the end
 };
 
 }  // namespace

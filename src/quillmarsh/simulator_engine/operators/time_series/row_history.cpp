@@ -13,6 +13,18 @@ void RowHistory::fix_width(std::int64_t n) {
     if (n < 0) throw std::invalid_argument("row width must not be negative, got " + std::to_string(n));
     width_ = n;
     ring_.assign(inputs_ * static_cast<std::size_t>(rows_ * n), std::numeric_limits<double>::quiet_NaN());
+    missing_.assign(static_cast<std::size_t>(n), 0.0);
+}
+
+void RowHistory::count_missing() {
+    std::fill(missing_.begin(), missing_.end(), 0.0);
+    for (std::int64_t r = std::max<std::int64_t>(count_ - rows_, 0); r < count_; ++r) {
+        for (std::size_t i = 0; i < inputs_; ++i) {
+            const double* row = ring_.data() + (static_cast<std::int64_t>(i) * rows_ + r % rows_) * width_;
+            for (std::int64_t j = 0; j < width_; ++j) missing_[j] += row[j] != row[j] ? 1.0 : 0.0;
+        }
+    }
+    missing_stale_ = false;
 }
 
 void RowHistory::push(const double* const* inputs, std::int64_t n) {
@@ -21,10 +33,19 @@ void RowHistory::push(const double* const* inputs, std::int64_t n) {
         throw std::invalid_argument("expected a row of " + std::to_string(width_) + " cells, got " +
                                     std::to_string(n));
     }
+    if (missing_stale_) count_missing();
     const std::int64_t slot = count_ % rows_;
+    double* __restrict missing = missing_.data();
     for (std::size_t i = 0; i < inputs_; ++i) {
-        double* dest = ring_.data() + (static_cast<std::int64_t>(i) * rows_ + slot) * width_;
-        std::copy(inputs[i], inputs[i] + n, dest);
+        double* __restrict dest = ring_.data() + (static_cast<std::int64_t>(i) * rows_ + slot) * width_;
+        const double* __restrict row = inputs[i];
+        // Until the ring is full its slots hold no row yet: nothing departs.
+        // Separate loops, so each runs several columns at a time.
+        if (full()) {
+            for (std::int64_t j = 0; j < n; ++j) missing[j] -= static_cast<double>(dest[j] != dest[j]);
+        }
+        for (std::int64_t j = 0; j < n; ++j) missing[j] += static_cast<double>(row[j] != row[j]);
+        std::copy(row, row + n, dest);
     }
     ++count_;
 }
@@ -44,6 +65,7 @@ void RowHistory::restore(std::int64_t n, std::int64_t count) {
     if (count < 0) throw std::invalid_argument("saved state has a negative count " + std::to_string(count));
     fix_width(n);
     count_ = count;
+    missing_stale_ = true;
 }
 
 std::vector<StateField> RowHistory::fields() {

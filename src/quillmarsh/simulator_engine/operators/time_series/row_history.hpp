@@ -1,5 +1,6 @@
 // The history every windowed time-series operator keeps: the last `rows` rows
-// of each data input in a ring, and the number of rows consumed. Pure C++.
+// of each data input in a ring, the number of rows consumed, and per column
+// the NaN cells among the rows the ring holds. Pure C++.
 #pragma once
 
 #include <cstddef>
@@ -22,13 +23,18 @@ public:
     // each width() cells. Meaningful once full().
     void window_rows(const double** rows) const;
 
+    // missing()[j]: NaN cells of column j among the held rows of every input,
+    // a whole number kept as a double so callers compare columns side by side.
+    const double* missing() const { return missing_.data(); }
+
     bool full() const { return count_ >= rows_; }
     std::int64_t rows() const { return rows_; }
     std::int64_t count() const { return count_; }
     std::int64_t width() const { return width_; }
 
     // Allocates a NaN ring for rows of n cells and sets the row count; the
-    // caller then fills the ring through fields().
+    // caller then fills the ring through fields(). The NaN counts are rebuilt
+    // from the filled ring by the next push.
     void restore(std::int64_t n, std::int64_t count);
 
     // "ring": (inputs, rows, n) float64, row r of the run in slot r % rows.
@@ -36,12 +42,15 @@ public:
 
 private:
     void fix_width(std::int64_t n);
+    void count_missing();
 
     std::int64_t rows_;            // rows of history kept per input
     std::size_t inputs_;           // data inputs
     std::int64_t count_ = 0;       // rows consumed over the whole run
     std::int64_t width_ = -1;      // row width, -1 until the first row or a restore
     std::vector<double> ring_;     // inputs x rows x width, row-major
+    std::vector<double> missing_;  // per column: NaN cells among the held rows
+    bool missing_stale_ = false;   // set by restore until the ring is recounted
 };
 
 }  // namespace qm::ops

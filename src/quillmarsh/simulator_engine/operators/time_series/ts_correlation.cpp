@@ -30,27 +30,14 @@ struct Correlation {
     void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
         const double* const* x = rows;
         const double* const* y = rows + d;
-        const double* __restrict mx = at_width(mean_x, n);
-        const double* __restrict my = at_width(mean_y, n);
-        column_means(x, d, n, mean_x.data(), differs);
-        column_means(y, d, n, mean_y.data(), differs);
+        double* __restrict mx = at_width(mean_x, n);
+        double* __restrict my = at_width(mean_y, n);
+        column_means(x, d, n, mx, differs);
+        column_means(y, d, n, my, differs);
         double* __restrict cross = at_width(sxy, n);
         double* __restrict squares_x = at_width(sxx, n);
         double* __restrict squares_y = at_width(syy, n);
-        std::fill(cross, cross + n, 0.0);
-        std::fill(squares_x, squares_x + n, 0.0);
-        std::fill(squares_y, squares_y + n, 0.0);
-        for (std::int64_t k = 0; k < d; ++k) {
-            const double* __restrict row_x = x[k];
-            const double* __restrict row_y = y[k];
-            for (std::int64_t j = 0; j < n; ++j) {
-                const double dx = row_x[j] - mx[j];
-                const double dy = row_y[j] - my[j];
-                cross[j] += dx * dy;
-                squares_x[j] += dx * dx;
-                squares_y[j] += dy * dy;
-            }
-        }
+        centered_pair_sums(x, mx, y, my, d, n, cross, squares_x, squares_y);
         for (std::int64_t j = 0; j < n; ++j) {
             // A constant side has zero squares: 0 / 0 is NaN.
             const double r = cross[j] / std::sqrt(squares_x[j] * squares_y[j]);

@@ -27,8 +27,8 @@ struct TsKurt {
     std::vector<double> differs;  // scratch of column_means
 
     void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
-        const double* __restrict m = at_width(mean, n);
-        column_means(rows, d, n, mean.data(), differs);
+        double* __restrict m = at_width(mean, n);
+        column_means(rows, d, n, m, differs);
         double* __restrict s2 = at_width(sum2, n);
         double* __restrict s4 = at_width(sum4, n);
         std::fill(s2, s2 + n, 0.0);

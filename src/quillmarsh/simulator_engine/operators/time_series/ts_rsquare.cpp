@@ -26,8 +26,8 @@ struct TsRsquare {
     std::vector<double> differs;  // scratch of column_means
 
     void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
-        const double* __restrict m = at_width(mean, n);
-        column_means(rows, d, n, mean.data(), differs);
+        double* __restrict m = at_width(mean, n);
+        column_means(rows, d, n, m, differs);
         time_cross_sums(rows, m, d, n, out);
         centered_cross_sums(rows, m, rows, m, d, n, at_width(squares, n));
         const double times = time_square_sum(d);

@@ -28,16 +28,20 @@ inline void column_sums(const double* const* rows, std::int64_t d, std::int64_t 
 }
 
 // mean[j] = sum / d, or the column's value when its d values are all equal.
-// `differs` is scratch of the row width.
+// One pass: the sums and, in `differs` (scratch of the row width), how many
+// values differ from the oldest.
 inline void column_means(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict mean,
                          std::vector<double>& differs) {
-    double* __restrict changed = at_width(differs, n);  // 1.0 once a value differs from the oldest
+    double* __restrict changed = at_width(differs, n);
     const double* __restrict oldest = rows[0];
-    column_sums(rows, d, n, mean);
+    std::fill(mean, mean + n, 0.0);
     std::fill(changed, changed + n, 0.0);
-    for (std::int64_t k = 1; k < d; ++k) {
+    for (std::int64_t k = 0; k < d; ++k) {
         const double* __restrict row = rows[k];
-        for (std::int64_t j = 0; j < n; ++j) changed[j] = row[j] != oldest[j] ? 1.0 : changed[j];
+        for (std::int64_t j = 0; j < n; ++j) {
+            mean[j] += row[j];
+            changed[j] += static_cast<double>(row[j] != oldest[j]);
+        }
     }
     const double count = static_cast<double>(d);
     for (std::int64_t j = 0; j < n; ++j) {
@@ -55,6 +59,27 @@ inline void centered_cross_sums(const double* const* x, const double* __restrict
         const double* __restrict row_x = x[k];
         const double* __restrict row_y = y[k];
         for (std::int64_t j = 0; j < n; ++j) sum[j] += (row_x[j] - mean_x[j]) * (row_y[j] - mean_y[j]);
+    }
+}
+
+// One pass over both windows: per column the centred cross sum of x and y
+// and the centred square sums of each.
+inline void centered_pair_sums(const double* const* x, const double* __restrict mean_x, const double* const* y,
+                               const double* __restrict mean_y, std::int64_t d, std::int64_t n,
+                               double* __restrict cross, double* __restrict squares_x, double* __restrict squares_y) {
+    std::fill(cross, cross + n, 0.0);
+    std::fill(squares_x, squares_x + n, 0.0);
+    std::fill(squares_y, squares_y + n, 0.0);
+    for (std::int64_t k = 0; k < d; ++k) {
+        const double* __restrict row_x = x[k];
+        const double* __restrict row_y = y[k];
+        for (std::int64_t j = 0; j < n; ++j) {
+            const double dx = row_x[j] - mean_x[j];
+            const double dy = row_y[j] - mean_y[j];
+            cross[j] += dx * dy;
+            squares_x[j] += dx * dx;
+            squares_y[j] += dy * dy;
+        }
     }
 }
 

@@ -54,22 +54,15 @@ public:
     std::vector<StateField> state_fields() override { return history_.fields(); }
 
 private:
-    // Flags as doubles and NaN found by x != x, so the loops run several
-    // columns at a time.
     void blank_windows_with_nan(double* __restrict out, std::int64_t n) {
-        blank_.assign(static_cast<std::size_t>(n), 0.0);
-        double* __restrict blank = blank_.data();
-        for (const double* __restrict row : rows_) {
-            for (std::int64_t j = 0; j < n; ++j) blank[j] = row[j] != row[j] ? 1.0 : blank[j];
-        }
+        const double* __restrict missing = history_.missing();
         constexpr double nan = std::numeric_limits<double>::quiet_NaN();
-        for (std::int64_t j = 0; j < n; ++j) out[j] = blank[j] != 0.0 ? nan : out[j];
+        for (std::int64_t j = 0; j < n; ++j) out[j] = missing[j] != 0.0 ? nan : out[j];
     }
 
     Kernel kernel_;
     RowHistory history_;
-    std::vector<const double*> rows_;   // the window's rows, per input, oldest first
-    std::vector<double> blank_;  // per column: 1.0 when its window holds a NaN
+    std::vector<const double*> rows_;  // the window's rows, per input, oldest first
 };
 
 template <class Kernel>
