@@ -42,8 +42,9 @@ def registry_name(alias: str) -> str:
     return aliases()[alias]
 
 
-def alias_of(function_name: str) -> str | None:
-    return _alias_of().get(function_name)
+def alias_of(function_name: object) -> str | None:
+    """The alias of a registry name; None for other names and for values that are no name."""
+    return _alias_of().get(function_name) if isinstance(function_name, str) else None
 
 
 def canonical_alias(written: str) -> str | None:
@@ -73,6 +74,6 @@ def resolve_call(name: str, registry: Any) -> tuple[str, str] | None:
     return ("reduction" if family == "reduction" else "rotation"), function_name
 
 
-def display_name(function_name: str) -> str:
+def display_name(function_name: object) -> str:
     """The alias of a built-in or native operator, or the registry name itself."""
-    return alias_of(function_name) or function_name
+    return alias_of(function_name) or str(function_name)
