@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "host/arrays.hpp"
+#include "host/errors.hpp"
 #include "host/format.hpp"
 #include "host/messages.hpp"
 #include "operators/operator_params.hpp"
@@ -12,16 +13,11 @@ namespace qm::ops {
 
 namespace {
 
-[[noreturn]] void raise(PyObject* type, const std::string& message) {
-    PyErr_SetString(type, message.c_str());
-    throw nb::python_error();
-}
-
 const OperatorSpec& spec_named(const std::string& name) {
     for (const OperatorSpec& spec : operator_table()) {
         if (name == spec.name) return spec;
     }
-    raise(PyExc_KeyError, msg::unknown_operator(name));
+    raise_error(nb::handle(PyExc_KeyError), msg::unknown_operator(name));
 }
 
 std::string shape_of(std::int64_t n) { return shape_text({static_cast<long long>(n)}); }
@@ -37,10 +33,11 @@ NativeFunction::NativeFunction(const std::string& name, nb::handle config) : spe
 
 nb::object NativeFunction::call(nb::args rows, nb::kwargs kwargs) {
     for (auto [key, value] : kwargs) {
-        if (text_of(key) != "context") raise(PyExc_TypeError, msg::operator_keyword(spec_->name, repr_of(key)));
+        if (text_of(key) == "context") continue;
+        raise_error(nb::handle(PyExc_TypeError), msg::operator_keyword(spec_->name, repr_of(key)));
     }
     if (rows.size() != spec_->arity) {
-        raise(PyExc_ValueError, msg::operator_row_count(spec_->name, spec_->arity, rows.size()));
+        raise_error(nb::handle(PyExc_ValueError), msg::operator_row_count(spec_->name, spec_->arity, rows.size()));
     }
     std::vector<nb::object> arrays;
     std::vector<const double*> inputs;
@@ -49,17 +46,18 @@ nb::object NativeFunction::call(nb::args rows, nb::kwargs kwargs) {
         nb::object array = as_float64_contiguous(row);
         std::vector<std::int64_t> dims = dims_of(array);
         if (dims.size() != 1) {
-            raise(PyExc_ValueError, msg::operator_row_not_vector(shape_text({dims.begin(), dims.end()})));
+            const std::string shape = shape_text({dims.begin(), dims.end()});
+            raise_error(nb::handle(PyExc_ValueError), msg::operator_row_not_vector(shape));
         }
         if (n >= 0 && dims[0] != n) {
-            raise(PyExc_ValueError, msg::operator_rows_unequal(shape_of(n), shape_of(dims[0])));
+            raise_error(nb::handle(PyExc_ValueError), msg::operator_rows_unequal(shape_of(n), shape_of(dims[0])));
         }
         n = dims[0];
         inputs.push_back(float64_data(array));
         arrays.push_back(std::move(array));
     }
     const std::string mismatch = row_width_mismatch(*op_, n);
-    if (!mismatch.empty()) raise(PyExc_ValueError, mismatch);
+    if (!mismatch.empty()) raise_error(nb::handle(PyExc_ValueError), mismatch);
     nb::object out = empty_float64({n});
     op_->step(inputs.data(), float64_data(out), n);
     return out;

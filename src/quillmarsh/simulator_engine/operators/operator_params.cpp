@@ -3,6 +3,7 @@
 #include <cmath>
 #include <string>
 
+#include "host/errors.hpp"
 #include "host/format.hpp"
 #include "host/messages.hpp"
 
@@ -10,17 +11,13 @@ namespace qm::ops {
 
 namespace {
 
-[[noreturn]] void raise_type(const std::string& message) {
-    PyErr_SetString(PyExc_TypeError, message.c_str());
-    throw nb::python_error();
-}
+[[noreturn]] void raise_type(const std::string& message) { raise_error(nb::handle(PyExc_TypeError), message); }
 
-[[noreturn]] void raise_value(const std::string& message) {
-    PyErr_SetString(PyExc_ValueError, message.c_str());
-    throw nb::python_error();
-}
+[[noreturn]] void raise_value(const std::string& message) { raise_error(nb::handle(PyExc_ValueError), message); }
 
-std::string not_an_integer(const ParamSpec& param, nb::handle value) { return msg::param_not_integer(param.name, repr_of(value)); }
+std::string not_an_integer(const ParamSpec& param, nb::handle value) {
+    return msg::param_not_integer(param.name, repr_of(value));
+}
 
 // An integer parameter: a Python int or anything with __index__, never a bool.
 long long integer_value(const ParamSpec& param, nb::handle value) {

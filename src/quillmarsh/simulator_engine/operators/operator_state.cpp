@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "host/errors.hpp"
 #include "host/format.hpp"
 #include "host/messages.hpp"
 #include "host/numpy_api.hpp"
@@ -11,10 +12,7 @@ namespace qm::ops {
 
 namespace {
 
-[[noreturn]] void raise_value(const std::string& message) {
-    PyErr_SetString(PyExc_ValueError, message.c_str());
-    throw nb::python_error();
-}
+[[noreturn]] void raise_value(const std::string& message) { raise_error(nb::handle(PyExc_ValueError), message); }
 
 int typenum_of(StateDType dtype) {
     switch (dtype) {
@@ -125,8 +123,7 @@ nb::dict state_payload(RowOperator& op) {
 std::unique_ptr<RowOperator> restored_operator(const OperatorSpec& spec, const std::vector<double>& params,
                                                nb::handle data) {
     if (!PyDict_Check(data.ptr())) {
-        PyErr_SetString(PyExc_TypeError, msg::saved_state_type(type_name_of(data)).c_str());
-        throw nb::python_error();
+        raise_error(nb::handle(PyExc_TypeError), msg::saved_state_type(type_name_of(data)));
     }
     std::unique_ptr<RowOperator> op = spec.make(params);
     check_window(data, *op);
