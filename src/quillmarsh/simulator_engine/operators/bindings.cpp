@@ -6,6 +6,7 @@
 
 #include "host/messages.hpp"
 #include "operators/native_function.hpp"
+#include "operators/operator_params.hpp"
 
 namespace nb = nanobind;
 using namespace nb::literals;
@@ -26,9 +27,7 @@ nb::object schema_of(const ops::OperatorSpec& spec) {
         item["name"] = param.name;
         item["type"] = schema_type(param.kind);
         if (param.has_default) {
-            item["default"] = param.kind == ops::ParamKind::Number
-                                  ? nb::object(nb::float_(param.default_value))
-                                  : nb::object(nb::int_(static_cast<long long>(param.default_value)));
+            item["default"] = ops::param_object(param.kind, param.default_value);
         }
         schema.append(item);
     }
@@ -60,7 +59,9 @@ nb::object window_of(NativeFunction& self) {
 void export_operators(nb::module_& m) {
     nb::class_<NativeFunction>(m, "NativeFunction")
         .def("__init__",
-             [](NativeFunction* self, const std::string& name, nb::kwargs config) { new (self) NativeFunction(name, config); },
+             [](NativeFunction* self, const std::string& name, nb::kwargs config) {
+                 new (self) NativeFunction(name, config);
+             },
              "name"_a, "config"_a)
         .def_prop_ro("name", [](NativeFunction& self) { return std::string(self.spec().name); })
         .def_prop_ro("alias", [](NativeFunction& self) { return std::string(self.spec().alias); })
@@ -73,11 +74,14 @@ void export_operators(nb::module_& m) {
         .def("get_state", &NativeFunction::get_state)
         .def("set_state", &NativeFunction::set_state, "data"_a)
         .def("__getstate__",
-             [](NativeFunction& self) { return nb::make_tuple(self.spec().name, self.config(), self.get_state()); })
+             [](NativeFunction& self) {
+                 return nb::make_tuple(self.spec().name, self.config(), self.get_state());
+             })
         .def("__setstate__",
              [](NativeFunction* self, nb::tuple saved) {
                  if (saved.size() != 3) throw nb::value_error(msg::pickled_native_function().c_str());
-                 // Built and restored before it takes the place of `self`, so a refused state leaves nothing half made.
+                 // Built and restored before it takes the place of `self`, so that a
+                 // refused state leaves nothing half made.
                  NativeFunction restored(nb::cast<std::string>(saved[0]), saved[1]);
                  restored.set_state(saved[2]);
                  new (self) NativeFunction(std::move(restored));

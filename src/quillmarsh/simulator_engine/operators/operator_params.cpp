@@ -53,13 +53,23 @@ long long window_value(const ParamSpec& param, nb::handle value) {
 
 double number_value(const ParamSpec& param, nb::handle value) {
     const std::string message = msg::param_not_number(param.name, repr_of(value));
-    if (PyBool_Check(value.ptr()) || PyUnicode_Check(value.ptr()) || PyBytes_Check(value.ptr())) raise_type(message);
-    const double out = PyFloat_AsDouble(value.ptr());
+    PyObject* raw = value.ptr();
+    if (PyBool_Check(raw) || PyUnicode_Check(raw) || PyBytes_Check(raw)) raise_type(message);
+    const double out = PyFloat_AsDouble(raw);
     if (out == -1.0 && PyErr_Occurred()) {
         PyErr_Clear();
         raise_type(message);
     }
     return out;
+}
+
+double converted_value(const ParamSpec& param, nb::handle value) {
+    switch (param.kind) {
+        case ParamKind::Window: return static_cast<double>(window_value(param, value));
+        case ParamKind::Integer: return static_cast<double>(integer_value(param, value));
+        case ParamKind::Number: return number_value(param, value);
+    }
+    return 0.0;
 }
 
 void check_known_names(const OperatorSpec& spec, nb::dict config) {
@@ -72,6 +82,11 @@ void check_known_names(const OperatorSpec& spec, nb::dict config) {
 
 }  // namespace
 
+nb::object param_object(ParamKind kind, double value) {
+    if (kind == ParamKind::Number) return nb::float_(value);
+    return nb::int_(static_cast<long long>(value));
+}
+
 OperatorParams convert_params(const OperatorSpec& spec, nb::handle config) {
     if (!PyDict_Check(config.ptr())) raise_type(msg::operator_config_type(type_name_of(config)));
     nb::dict given = nb::borrow<nb::dict>(config);
@@ -82,21 +97,12 @@ OperatorParams convert_params(const OperatorSpec& spec, nb::handle config) {
         if (!given.contains(key)) {
             if (!param.has_default) raise_type(msg::operator_param_missing(spec.name, param.name));
             out.values.push_back(param.default_value);
-            out.config[key] = param.kind == ParamKind::Number ? nb::object(nb::float_(param.default_value))
-                                                              : nb::object(nb::int_(static_cast<long long>(param.default_value)));
+            out.config[key] = param_object(param.kind, param.default_value);
             continue;
         }
-        nb::handle value = given[key];
-        if (param.kind == ParamKind::Number) {
-            const double number = number_value(param, value);
-            out.values.push_back(number);
-            out.config[key] = nb::float_(number);
-        } else {
-            const long long integer =
-                param.kind == ParamKind::Window ? window_value(param, value) : integer_value(param, value);
-            out.values.push_back(static_cast<double>(integer));
-            out.config[key] = nb::int_(integer);
-        }
+        const double converted = converted_value(param, given[key]);
+        out.values.push_back(converted);
+        out.config[key] = param_object(param.kind, converted);
     }
     return out;
 }

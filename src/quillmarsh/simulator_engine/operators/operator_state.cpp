@@ -72,7 +72,8 @@ nb::object checked_array(nb::handle value, const StateField& field) {
     if (got != expected) {
         raise_value(msg::saved_state_shape(field.name, shape_text(got), shape_text(expected)));
     }
-    PyObject* converted = PyArray_FROMANY(raw, typenum_of(field.dtype), 0, 0, NPY_ARRAY_CARRAY | NPY_ARRAY_FORCECAST);
+    const int requirements = NPY_ARRAY_CARRAY | NPY_ARRAY_FORCECAST;
+    PyObject* converted = PyArray_FROMANY(raw, typenum_of(field.dtype), 0, 0, requirements);
     if (!converted) throw nb::python_error();
     return nb::steal(converted);
 }
@@ -150,8 +151,9 @@ std::unique_ptr<RowOperator> restored_operator(const OperatorSpec& spec, const s
         arrays.push_back(checked_array(value, field));
     }
     for (std::size_t i = 0; i < fields.size(); ++i) {
-        const std::size_t bytes = cell_count(fields[i]) * PyArray_ITEMSIZE(reinterpret_cast<PyArrayObject*>(arrays[i].ptr()));
-        if (bytes > 0) std::memcpy(fields[i].data, PyArray_DATA(reinterpret_cast<PyArrayObject*>(arrays[i].ptr())), bytes);
+        PyArrayObject* saved = reinterpret_cast<PyArrayObject*>(arrays[i].ptr());
+        const std::size_t bytes = cell_count(fields[i]) * PyArray_ITEMSIZE(saved);
+        if (bytes > 0) std::memcpy(fields[i].data, PyArray_DATA(saved), bytes);
     }
     return op;
 }
