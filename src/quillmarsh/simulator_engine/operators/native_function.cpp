@@ -37,7 +37,8 @@ nb::object NativeFunction::call(nb::args rows, nb::kwargs kwargs) {
         raise_error(nb::handle(PyExc_TypeError), msg::operator_keyword(declaration_->name, repr_of(key)));
     }
     if (rows.size() != declaration_->arity) {
-        raise_error(nb::handle(PyExc_ValueError), msg::operator_row_count(declaration_->name, declaration_->arity, rows.size()));
+        const std::string message = msg::operator_row_count(declaration_->name, declaration_->arity, rows.size());
+        raise_error(nb::handle(PyExc_ValueError), message);
     }
     std::vector<nb::object> arrays;
     std::vector<const double*> inputs;
