@@ -72,14 +72,16 @@ def main():
     native, (weights, states) = best_time(run(default_registry()), REPEATS)
     former, (former_weights, _) = best_time(run(former_registry()), REPEATS)
     python, (python_weights, _) = best_time(run(PythonCallRegistry()), REPEATS)
-    native_cpu, former_cpu = best_cpu_time(run(default_registry()), REPEATS), best_cpu_time(run(former_registry()), REPEATS)
+    native_cpu = best_cpu_time(run(default_registry()), REPEATS)
+    former_cpu = best_cpu_time(run(former_registry()), REPEATS)
     np.testing.assert_array_equal(weights, former_weights)
     np.testing.assert_array_equal(weights, python_weights)
     print(f"T={T} N_alloc={N} nodes=7, stateful instances={len(states)} (best of {REPEATS}); "
           f"NaN share {np.isnan(weights).mean():.1%}")
     print(f"native steps {native * 1e3:.1f} ms; former Python built-ins {former * 1e3:.1f} ms "
           f"-> {former / native:.1f}x (goal >= 3); native behind Python calls {python * 1e3:.1f} ms")
-    print(f"CPU time: native {native_cpu * 1e3:.1f} ms, former {former_cpu * 1e3:.1f} ms -> {former_cpu / native_cpu:.1f}x")
+    print(f"CPU time: native {native_cpu * 1e3:.1f} ms, former {former_cpu * 1e3:.1f} ms "
+          f"-> {former_cpu / native_cpu:.1f}x")
 
 
 if __name__ == "__main__":

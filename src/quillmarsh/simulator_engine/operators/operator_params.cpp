@@ -3,6 +3,7 @@
 #include <cmath>
 #include <string>
 
+#include "host/errors.hpp"
 #include "host/format.hpp"
 #include "host/messages.hpp"
 
@@ -10,17 +11,13 @@ namespace qm::ops {
 
 namespace {
 
-[[noreturn]] void raise_type(const std::string& message) {
-    PyErr_SetString(PyExc_TypeError, message.c_str());
-    throw nb::python_error();
-}
+[[noreturn]] void raise_type(const std::string& message) { raise_error(nb::handle(PyExc_TypeError), message); }
 
-[[noreturn]] void raise_value(const std::string& message) {
-    PyErr_SetString(PyExc_ValueError, message.c_str());
-    throw nb::python_error();
-}
+[[noreturn]] void raise_value(const std::string& message) { raise_error(nb::handle(PyExc_ValueError), message); }
 
-std::string not_an_integer(const ParamSpec& param, nb::handle value) { return msg::param_not_integer(param.name, repr_of(value)); }
+std::string not_an_integer(const ParamSpec& param, nb::handle value) {
+    return msg::param_not_integer(param.name, repr_of(value));
+}
 
 // An integer parameter: a Python int or anything with __index__, never a bool.
 long long integer_value(const ParamSpec& param, nb::handle value) {
@@ -56,8 +53,9 @@ long long window_value(const ParamSpec& param, nb::handle value) {
 
 double number_value(const ParamSpec& param, nb::handle value) {
     const std::string message = msg::param_not_number(param.name, repr_of(value));
-    if (PyBool_Check(value.ptr()) || PyUnicode_Check(value.ptr()) || PyBytes_Check(value.ptr())) raise_type(message);
-    const double out = PyFloat_AsDouble(value.ptr());
+    PyObject* raw = value.ptr();
+    if (PyBool_Check(raw) || PyUnicode_Check(raw) || PyBytes_Check(raw)) raise_type(message);
+    const double out = PyFloat_AsDouble(raw);
     if (out == -1.0 && PyErr_Occurred()) {
         PyErr_Clear();
         raise_type(message);
@@ -65,41 +63,46 @@ double number_value(const ParamSpec& param, nb::handle value) {
     return out;
 }
 
-void check_known_names(const OperatorSpec& spec, nb::dict config) {
+double converted_value(const ParamSpec& param, nb::handle value) {
+    switch (param.kind) {
+        case ParamKind::Window: return static_cast<double>(window_value(param, value));
+        case ParamKind::Integer: return static_cast<double>(integer_value(param, value));
+        case ParamKind::Number: return number_value(param, value);
+    }
+    return 0.0;
+}
+
+void check_known_names(const OperatorSpec& declaration, nb::dict config) {
     for (auto [key, value] : config) {
         bool known = false;
-        for (const ParamSpec& param : spec.params) known = known || text_of(key) == param.name;
-        if (!known) raise_type(msg::operator_param_unknown(spec.name, repr_of(key)));
+        for (const ParamSpec& param : declaration.params) known = known || text_of(key) == param.name;
+        if (!known) raise_type(msg::operator_param_unknown(declaration.name, repr_of(key)));
     }
 }
 
 }  // namespace
 
-OperatorParams convert_params(const OperatorSpec& spec, nb::handle config) {
+nb::object param_object(ParamKind kind, double value) {
+    if (kind == ParamKind::Number) return nb::float_(value);
+    return nb::int_(static_cast<long long>(value));
+}
+
+OperatorParams convert_params(const OperatorSpec& declaration, nb::handle config) {
     if (!PyDict_Check(config.ptr())) raise_type(msg::operator_config_type(type_name_of(config)));
     nb::dict given = nb::borrow<nb::dict>(config);
-    check_known_names(spec, given);
+    check_known_names(declaration, given);
     OperatorParams out;
-    for (const ParamSpec& param : spec.params) {
+    for (const ParamSpec& param : declaration.params) {
         nb::str key(param.name);
         if (!given.contains(key)) {
-            if (!param.has_default) raise_type(msg::operator_param_missing(spec.name, param.name));
+            if (!param.has_default) raise_type(msg::operator_param_missing(declaration.name, param.name));
             out.values.push_back(param.default_value);
-            out.config[key] = param.kind == ParamKind::Number ? nb::object(nb::float_(param.default_value))
-                                                              : nb::object(nb::int_(static_cast<long long>(param.default_value)));
+            out.config[key] = param_object(param.kind, param.default_value);
             continue;
         }
-        nb::handle value = given[key];
-        if (param.kind == ParamKind::Number) {
-            const double number = number_value(param, value);
-            out.values.push_back(number);
-            out.config[key] = nb::float_(number);
-        } else {
-            const long long integer =
-                param.kind == ParamKind::Window ? window_value(param, value) : integer_value(param, value);
-            out.values.push_back(static_cast<double>(integer));
-            out.config[key] = nb::int_(integer);
-        }
+        const double converted = converted_value(param, given[key]);
+        out.values.push_back(converted);
+        out.config[key] = param_object(param.kind, converted);
     }
     return out;
 }

@@ -3,6 +3,7 @@
 #include <cstring>
 #include <string>
 
+#include "host/errors.hpp"
 #include "host/format.hpp"
 #include "host/messages.hpp"
 #include "host/numpy_api.hpp"
@@ -11,10 +12,7 @@ namespace qm::ops {
 
 namespace {
 
-[[noreturn]] void raise_value(const std::string& message) {
-    PyErr_SetString(PyExc_ValueError, message.c_str());
-    throw nb::python_error();
-}
+[[noreturn]] void raise_value(const std::string& message) { raise_error(nb::handle(PyExc_ValueError), message); }
 
 int typenum_of(StateDType dtype) {
     switch (dtype) {
@@ -74,7 +72,8 @@ nb::object checked_array(nb::handle value, const StateField& field) {
     if (got != expected) {
         raise_value(msg::saved_state_shape(field.name, shape_text(got), shape_text(expected)));
     }
-    PyObject* converted = PyArray_FROMANY(raw, typenum_of(field.dtype), 0, 0, NPY_ARRAY_CARRAY | NPY_ARRAY_FORCECAST);
+    const int requirements = NPY_ARRAY_CARRAY | NPY_ARRAY_FORCECAST;
+    PyObject* converted = PyArray_FROMANY(raw, typenum_of(field.dtype), 0, 0, requirements);
     if (!converted) throw nb::python_error();
     return nb::steal(converted);
 }
@@ -122,19 +121,18 @@ nb::dict state_payload(RowOperator& op) {
     return payload;
 }
 
-std::unique_ptr<RowOperator> restored_operator(const OperatorSpec& spec, const std::vector<double>& params,
+std::unique_ptr<RowOperator> restored_operator(const OperatorSpec& declaration, const std::vector<double>& params,
                                                nb::handle data) {
     if (!PyDict_Check(data.ptr())) {
-        PyErr_SetString(PyExc_TypeError, msg::saved_state_type(type_name_of(data)).c_str());
-        throw nb::python_error();
+        raise_error(nb::handle(PyExc_TypeError), msg::saved_state_type(type_name_of(data)));
     }
-    std::unique_ptr<RowOperator> op = spec.make(params);
+    std::unique_ptr<RowOperator> op = declaration.make(params);
     check_window(data, *op);
     const std::int64_t count = saved_count(data);
     if (!op->stateful()) return op;
 
     // The field names, dtypes and ranks come from an operator of width 1.
-    std::unique_ptr<RowOperator> probe = spec.make(params);
+    std::unique_ptr<RowOperator> probe = declaration.make(params);
     probe->restore(1, 0);
     std::vector<StateField> layout = probe->state_fields();
     nb::object first = layout.empty() ? nb::object() : saved_value(data, layout.front().name);
@@ -153,8 +151,9 @@ std::unique_ptr<RowOperator> restored_operator(const OperatorSpec& spec, const s
         arrays.push_back(checked_array(value, field));
     }
     for (std::size_t i = 0; i < fields.size(); ++i) {
-        const std::size_t bytes = cell_count(fields[i]) * PyArray_ITEMSIZE(reinterpret_cast<PyArrayObject*>(arrays[i].ptr()));
-        if (bytes > 0) std::memcpy(fields[i].data, PyArray_DATA(reinterpret_cast<PyArrayObject*>(arrays[i].ptr())), bytes);
+        PyArrayObject* saved = reinterpret_cast<PyArrayObject*>(arrays[i].ptr());
+        const std::size_t bytes = cell_count(fields[i]) * PyArray_ITEMSIZE(saved);
+        if (bytes > 0) std::memcpy(fields[i].data, PyArray_DATA(saved), bytes);
     }
     return op;
 }

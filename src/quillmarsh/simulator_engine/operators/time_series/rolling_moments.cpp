@@ -13,9 +13,8 @@ namespace qm::ops {
 void RollingMoments::restore(std::int64_t n, std::int64_t count) {
     const auto cells = static_cast<std::size_t>(n);
     // A window times a width past what memory can address would wrap the ring's size.
-    if (cells != 0 && static_cast<std::size_t>(window_) > std::numeric_limits<std::ptrdiff_t>::max() / sizeof(double) / cells) {
-        throw std::bad_alloc();
-    }
+    const std::size_t max_ring = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(double);
+    if (cells != 0 && static_cast<std::size_t>(window_) > max_ring / cells) throw std::bad_alloc();
     ring_.assign(static_cast<std::size_t>(window_) * cells, std::numeric_limits<double>::quiet_NaN());
     missing_.assign(cells, 0);
     for (auto* sums : {&lead_, &lead_sq_, &lag_, &lag_sq_}) sums->assign(cells, 0.0L);
