@@ -3,10 +3,12 @@ import numpy as np
 import pytest
 from hypothesis import given, strategies as st
 
-from quillmarsh.functions.registry import FunctionRegistry, default_registry
+from quillmarsh.functions.registry import default_registry
 from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import FunctionExecutionError, FunctionGraphNode as Node
-from quillmarsh.simulator_engine.expression_evaluator import NativeFunction, _operator_table
+from quillmarsh.simulator_engine.expression_evaluator import NativeFunction
+
+from ..operators.python_call import PythonCall, assert_same_states, python_call_registry
 
 T, N = 30, 5
 _rng = np.random.default_rng(5)
@@ -15,36 +17,6 @@ CLOSE[[2, 7, 7], [1, 0, 4]] = np.nan
 CLOSE[9, 3] = np.inf
 VOLUME = np.round(_rng.random((T, N)), 1)
 UNIVERSE = np.where(_rng.random((T, N)) < 0.15, 0.0, 1.0)
-
-
-class PythonCall:
-    """A native operator behind a Python call: the evaluator's Python path runs it."""
-
-    def __init__(self, native):
-        self._native = native
-        self.stateful = native.stateful
-
-    def __call__(self, *rows, context=None):
-        return self._native(*rows)
-
-    def get_state(self):
-        return self._native.get_state()
-
-    def set_state(self, data):
-        self._native.set_state(data)
-
-    @property
-    def window(self):
-        return self._native.window
-
-
-def python_call_registry():
-    registry = FunctionRegistry()
-    for row in _operator_table():
-        registry.register(row["name"], param_schema=row["param_schema"], family=row["family"],
-                          stateful=row["stateful"],
-                          factory=lambda name=row["name"], **config: PythonCall(NativeFunction(name, **config)))
-    return registry
 
 
 def op(name, *children):
@@ -75,16 +47,6 @@ GRAPHS = {
 def _context(registry, close=CLOSE, rows=slice(None)):
     return ee.EvaluationContext([close[rows], VOLUME[rows]], {"close": 0, "volume": 1}, registry=registry,
                                 universe=UNIVERSE[rows])
-
-
-def assert_same_states(left, right):
-    assert left.keys() == right.keys()
-    for key, state in left.items():
-        other = right[key]
-        assert (state.function_name, state.function_version) == (other.function_name, other.function_version)
-        assert state.data.keys() == other.data.keys()
-        for field, value in state.data.items():
-            np.testing.assert_array_equal(value, other.data[field])
 
 
 @pytest.mark.parametrize("graph", GRAPHS.values(), ids=GRAPHS.keys())
@@ -122,10 +84,19 @@ def test_a_failing_step_names_the_node_and_row_with_the_cause_chained(registry):
     assert type(caught.value.__cause__) is ValueError
 
 
-@pytest.mark.parametrize("wrap", [lambda f: f, PythonCall], ids=["native", "python"])
-def test_bound_instances_take_either_path(wrap):
-    graph = op("elementwise_sub_5d8561", feature("close"), feature("volume"))
-    weights, _ = ee.evaluate(graph, _context(default_registry()),
-                             bound_function_instances={"root": wrap(NativeFunction("elementwise_sub_5d8561"))})
-    masked = np.where(UNIVERSE == 0.0, np.nan, 1.0)
-    np.testing.assert_array_equal(weights, CLOSE * masked - VOLUME * masked)
+def test_bound_instances_keep_the_same_node_outputs_on_either_path():
+    graph = GRAPHS["rolling_chain_times_rank"]
+    bound_names = {"root": ("numerical_combine_d65e04", {}), "root.c0": (ZSCORE, {"window": 7}),
+                   "root.c0.c0": ("longitudinal_accumulators_25c7fb", {"window": 5}),
+                   "root.c1": ("latitudinal_rank_688068", {}), "root.c1.c0": ("cross_sectional_demean_5e2a7c", {})}
+
+    def evaluate(wrap):
+        instances = {path: wrap(NativeFunction(name, **config)) for path, (name, config) in bound_names.items()}
+        return ee.evaluate(graph, _context(default_registry()), bound_function_instances=instances)
+
+    native, python = evaluate(lambda f: f), evaluate(PythonCall)
+    np.testing.assert_array_equal(native.weights, python.weights)
+    assert native.node_outputs.keys() == python.node_outputs.keys() and len(native.node_outputs) > len(bound_names)
+    for path, matrix in native.node_outputs.items():
+        np.testing.assert_array_equal(matrix, python.node_outputs[path], err_msg=path)
+    assert_same_states(native.states, python.states)

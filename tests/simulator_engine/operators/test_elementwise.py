@@ -10,8 +10,9 @@ from quillmarsh.simulator_engine.expression_evaluator import NativeFunction, _op
 from ...strategies import CELL
 
 ELEMENTWISE = [row for row in _operator_table() if row["family"] == "elementwise"]
-# The C library's pow and log against NumPy's loops, which take shortcuts for some exponents:
-# equal within a few units in the last place rather than in every bit.
+# The C library's pow and log against NumPy's vectorised loops: equal within an ulp or two on
+# finite inputs; at infinities the two differ (NumPy's pow(-inf, 0.5) is NaN, C's is inf), so
+# those conventions are pinned by chosen cells instead.
 TRANSCENDENTAL = {"power", "power_scalar", "rpower_scalar", "signedpower", "log"}
 PARAM_VALUE = st.one_of(st.sampled_from([0.0, -0.0, 1.0, -1.0, 2.0, 0.5, 3.0, np.nan, np.inf, -np.inf]),
                         st.floats(-1e3, 1e3))
@@ -39,7 +40,9 @@ def test_native_cells_equal_the_reference_twin(row, data):
     out = NativeFunction(row["name"], **params)(*rows)
     assert out.dtype == np.float64 and out.shape == expected.shape
     if row["alias"] in TRANSCENDENTAL:
-        np.testing.assert_allclose(out, expected, rtol=1e-15, atol=0, err_msg=f"{rows} {params}")
+        finite_params = all(np.isfinite(value) for value in params.values())
+        finite = np.all([np.isfinite(r) for r in rows], axis=0) & finite_params
+        np.testing.assert_allclose(out[finite], expected[finite], rtol=1e-15, atol=0, err_msg=f"{rows} {params}")
     else:
         np.testing.assert_array_equal(out, expected, err_msg=f"{rows} {params}")
     for given_row, original in zip(rows, originals):
@@ -56,6 +59,9 @@ def test_native_cells_equal_the_reference_twin(row, data):
     ("elementwise_where_46148c", [[np.nan, 0.0, 2.0], [1.0, 1.0, 1.0], [9.0, 9.0, 9.0]], [np.nan, 9.0, 1.0]),
     ("elementwise_maximum_e77a31", [[np.nan, 1.0, -np.inf], [1.0, np.nan, 2.0]], [np.nan, np.nan, 2.0]),
     ("elementwise_sign_81e920", [[np.nan, -0.0, -np.inf, 3.0]], [np.nan, 0.0, -1.0, 1.0]),
+    ("elementwise_log_7babc2", [[0.0, -1.0, np.inf, np.nan, 1.0]], [-np.inf, np.nan, np.inf, np.nan, 0.0]),
+    ("elementwise_power_b573f2", [[np.nan, 1.0, -np.inf, -8.0, 0.0, -0.0], [0.0, np.nan, 0.5, 1 / 3, -1.0, -1.0]],
+     [1.0, 1.0, np.inf, np.nan, np.inf, -np.inf]),
 ])
 def test_conventions_on_chosen_cells(name, rows, expected):
     out = NativeFunction(name)(*(np.array(r) for r in rows))
@@ -73,6 +79,9 @@ def test_constant_operand_side(name, value, x, expected):
     np.testing.assert_array_equal(NativeFunction(name, value=value)(np.array(x)), expected)
 
 
-def test_signedpower_keeps_the_sign():
-    out = NativeFunction("elementwise_signedpower_ab70ca", a=2)(np.array([-3.0, 0.0, 2.0, np.nan]))
-    np.testing.assert_array_equal(out, [-9.0, 0.0, 4.0, np.nan])
+@pytest.mark.parametrize("a, expected", [(2, [-9.0, 0.0, 4.0, np.nan, -np.inf]),
+                                         (0.5, [-np.sqrt(3.0), 0.0, np.sqrt(2.0), np.nan, -np.inf]),
+                                         (0.0, [-1.0, 0.0, 1.0, np.nan, -1.0])])
+def test_signedpower_keeps_the_sign(a, expected):
+    out = NativeFunction("elementwise_signedpower_ab70ca", a=a)(np.array([-3.0, 0.0, 2.0, np.nan, -np.inf]))
+    np.testing.assert_array_equal(out, expected)

@@ -174,3 +174,9 @@ def test_a_restored_width_is_enforced():
     fresh = NativeFunction(MEAN, window=2)
     fresh.set_state({"count": 0, "window": 2})
     assert fresh(np.ones(5)).shape == (5,)
+
+
+@pytest.mark.parametrize("window, width", [(2**62, 4), (10**15, 10**5)])
+def test_a_history_too_large_for_memory_is_a_memory_error(window, width):
+    with pytest.raises(MemoryError):
+        NativeFunction(MEAN, window=window)(np.zeros(width))

@@ -1,1 +1,1 @@
-"""Built-in function instances, one module per family."""
+"""The reduction built-ins (Python instances), the rolling built-ins' registry names and shared configuration checks."""

@@ -7,6 +7,7 @@
 #include <cmath>
 #include <cstring>
 #include <exception>
+#include <new>
 #include <stdexcept>
 
 #include "evaluator/node_steps.hpp"
@@ -14,6 +15,7 @@
 #include "host/format.hpp"
 #include "host/host.hpp"
 #include "host/messages.hpp"
+#include "operators/native_function.hpp"
 
 namespace qm {
 
@@ -30,12 +32,16 @@ namespace {
 void run_native(GeneralEvaluation& ev, Program& program, Instruction& ins, std::int64_t t) {
     double* reg = program.row(ins.reg);
     double* out = ins.native_into_scratch ? program.scratch.data() : reg;
+    const std::string mismatch = ops::row_width_mismatch(*ins.native, program.n);
+    if (!mismatch.empty()) raise_native_failure(ins, t, PyExc_ValueError, mismatch.c_str());
     try {
         ins.native->step(ins.native_inputs.data(), out, program.n);
     } catch (const std::invalid_argument& error) {
         raise_native_failure(ins, t, PyExc_ValueError, error.what());
     } catch (const std::bad_alloc&) {
         raise_native_failure(ins, t, PyExc_MemoryError, "out of memory");
+    } catch (const std::exception& error) {
+        raise_native_failure(ins, t, PyExc_RuntimeError, error.what());
     }
     if (ev.provenance.propagate_data_nan(ins.nan_check, program.registers, program.n)) {
         std::fill(reg, reg + program.n, NAN);

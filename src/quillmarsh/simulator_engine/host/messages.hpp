@@ -2,6 +2,7 @@
 // place. Placeholders are filled by the callers with text forms from format.hpp.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace qm::msg {
@@ -181,5 +182,64 @@ inline std::string rolling_step_ring_shape(const std::string& shape) {
 inline std::string rolling_step_shape(const std::string& what, const std::string& shape, const std::string& expected) {
     return "rolling step argument '" + what + "' has shape " + shape + ", expected " + expected;
 }
+
+// Native operator instances: configuration, calls and saved states.
+inline std::string unknown_operator(const std::string& name) { return "'" + name + "' is not a native operator"; }
+inline std::string operator_config_type(const std::string& type_name) {
+    return "the configuration must be a dict, got " + type_name;
+}
+inline std::string operator_param_unknown(const std::string& op, const std::string& key_repr) {
+    return op + " got an unexpected parameter " + key_repr;
+}
+inline std::string operator_param_missing(const std::string& op, const std::string& param) {
+    return op + " is missing the parameter '" + param + "'";
+}
+inline std::string param_not_integer(const std::string& param, const std::string& value_repr) {
+    return param + " must be an integer, got " + value_repr;
+}
+inline std::string param_not_number(const std::string& param, const std::string& value_repr) {
+    return param + " must be a number, got " + value_repr;
+}
+inline std::string param_not_finite(const std::string& param, const std::string& value_repr) {
+    return param + " must be finite, got " + value_repr;
+}
+inline std::string param_too_large(const std::string& param, const std::string& value_repr) {
+    return param + " is too large, got " + value_repr;
+}
+inline std::string param_below_one(const std::string& param, long long value) {
+    return param + " must be at least 1, got " + std::to_string(value);
+}
+inline std::string operator_keyword(const std::string& op, const std::string& key_repr) {
+    return op + " got an unexpected keyword argument " + key_repr;
+}
+inline std::string operator_row_count(const std::string& op, std::size_t arity, std::size_t given) {
+    return op + " takes " + std::to_string(arity) + " row(s), got " + std::to_string(given);
+}
+inline std::string operator_row_not_vector(const std::string& shape) { return "expected a row vector, got shape " + shape; }
+inline std::string operator_rows_unequal(const std::string& first, const std::string& other) {
+    return "expected rows of one width, got shapes " + first + " and " + other;
+}
+inline std::string operator_row_width(const std::string& expected, const std::string& shape) {
+    return "expected a row of shape " + expected + ", got " + shape;
+}
+inline std::string operator_width_changed() { return "a row's width differs from the width the operator holds"; }
+inline std::string operator_without_window() { return "a stateless operator has no window"; }
+inline std::string saved_state_type(const std::string& type_name) { return "a saved state must be a dict, got " + type_name; }
+inline std::string saved_state_window(const std::string& saved, const std::string& window) {
+    return "saved state has window " + saved + ", this instance has window " + window;
+}
+inline std::string saved_state_count(long long count) { return "saved state has a negative count " + std::to_string(count); }
+inline std::string saved_state_without_history(long long count, const std::string& field) {
+    return "saved state with count " + std::to_string(count) + " carries no '" + field + "'";
+}
+inline std::string saved_state_missing(const std::string& field) { return "saved state lacks '" + field + "'"; }
+inline std::string saved_state_scalar() { return "saved state arrays must have at least one dimension"; }
+inline std::string saved_state_dtype(const std::string& field, const std::string& dtype, const std::string& target) {
+    return "saved state field '" + field + "' has dtype " + dtype + ", which does not cast safely to " + target;
+}
+inline std::string saved_state_shape(const std::string& field, const std::string& shape, const std::string& expected) {
+    return "saved state field '" + field + "' has shape " + shape + ", expected " + expected;
+}
+inline std::string pickled_native_function() { return "a pickled NativeFunction holds (name, config, state)"; }
 
 }  // namespace qm::msg

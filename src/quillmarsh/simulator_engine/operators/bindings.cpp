@@ -4,7 +4,9 @@
 #include <nanobind/nanobind.h>
 #include <nanobind/stl/string.h>
 
+#include "host/messages.hpp"
 #include "operators/native_function.hpp"
+#include "operators/operator_params.hpp"
 
 namespace nb = nanobind;
 using namespace nb::literals;
@@ -25,9 +27,7 @@ nb::object schema_of(const ops::OperatorSpec& spec) {
         item["name"] = param.name;
         item["type"] = schema_type(param.kind);
         if (param.has_default) {
-            item["default"] = param.kind == ops::ParamKind::Number
-                                  ? nb::object(nb::float_(param.default_value))
-                                  : nb::object(nb::int_(static_cast<long long>(param.default_value)));
+            item["default"] = ops::param_object(param.kind, param.default_value);
         }
         schema.append(item);
     }
@@ -50,7 +50,7 @@ nb::list operator_table_rows() {
 }
 
 nb::object window_of(NativeFunction& self) {
-    if (!self.spec().stateful) throw nb::attribute_error("a stateless operator has no window");
+    if (!self.spec().stateful) throw nb::attribute_error(msg::operator_without_window().c_str());
     return nb::int_(self.row_operator().window());
 }
 
@@ -59,7 +59,9 @@ nb::object window_of(NativeFunction& self) {
 void export_operators(nb::module_& m) {
     nb::class_<NativeFunction>(m, "NativeFunction")
         .def("__init__",
-             [](NativeFunction* self, const std::string& name, nb::kwargs config) { new (self) NativeFunction(name, config); },
+             [](NativeFunction* self, const std::string& name, nb::kwargs config) {
+                 new (self) NativeFunction(name, config);
+             },
              "name"_a, "config"_a)
         .def_prop_ro("name", [](NativeFunction& self) { return std::string(self.spec().name); })
         .def_prop_ro("alias", [](NativeFunction& self) { return std::string(self.spec().alias); })
@@ -72,12 +74,17 @@ void export_operators(nb::module_& m) {
         .def("get_state", &NativeFunction::get_state)
         .def("set_state", &NativeFunction::set_state, "data"_a)
         .def("__getstate__",
-             [](NativeFunction& self) { return nb::make_tuple(self.spec().name, self.config(), self.get_state()); })
+             [](NativeFunction& self) {
+                 return nb::make_tuple(self.spec().name, self.config(), self.get_state());
+             })
         .def("__setstate__",
              [](NativeFunction* self, nb::tuple saved) {
-                 if (saved.size() != 3) throw nb::value_error("a pickled NativeFunction holds (name, config, state)");
-                 new (self) NativeFunction(nb::cast<std::string>(saved[0]), saved[1]);
-                 self->set_state(saved[2]);
+                 if (saved.size() != 3) throw nb::value_error(msg::pickled_native_function().c_str());
+                 // Built and restored before it takes the place of `self`, so that a
+                 // refused state leaves nothing half made.
+                 NativeFunction restored(nb::cast<std::string>(saved[0]), saved[1]);
+                 restored.set_state(saved[2]);
+                 new (self) NativeFunction(std::move(restored));
              })
         .def("__repr__", [](NativeFunction& self) {
             return std::string("NativeFunction(") + nb::repr(nb::str(self.spec().name)).c_str() + ", **" +

@@ -3,7 +3,9 @@
 #include <cstring>
 
 #include "host/arrays.hpp"
+#include "host/errors.hpp"
 #include "host/format.hpp"
+#include "host/messages.hpp"
 #include "operators/operator_params.hpp"
 #include "operators/operator_state.hpp"
 
@@ -11,16 +13,11 @@ namespace qm::ops {
 
 namespace {
 
-[[noreturn]] void raise(PyObject* type, const std::string& message) {
-    PyErr_SetString(type, message.c_str());
-    throw nb::python_error();
-}
-
 const OperatorSpec& spec_named(const std::string& name) {
     for (const OperatorSpec& spec : operator_table()) {
         if (name == spec.name) return spec;
     }
-    raise(PyExc_KeyError, "'" + name + "' is not a native operator");
+    raise_error(nb::handle(PyExc_KeyError), msg::unknown_operator(name));
 }
 
 std::string shape_of(std::int64_t n) { return shape_text({static_cast<long long>(n)}); }
@@ -36,36 +33,44 @@ NativeFunction::NativeFunction(const std::string& name, nb::handle config) : spe
 
 nb::object NativeFunction::call(nb::args rows, nb::kwargs kwargs) {
     for (auto [key, value] : kwargs) {
-        if (text_of(key) != "context") raise(PyExc_TypeError, std::string(spec_->name) + " got an unexpected keyword argument " + repr_of(key));
+        if (text_of(key) == "context") continue;
+        raise_error(nb::handle(PyExc_TypeError), msg::operator_keyword(spec_->name, repr_of(key)));
     }
     if (rows.size() != spec_->arity) {
-        raise(PyExc_ValueError, std::string(spec_->name) + " takes " + std::to_string(spec_->arity) + " row(s), got " +
-                                    std::to_string(rows.size()));
+        raise_error(nb::handle(PyExc_ValueError), msg::operator_row_count(spec_->name, spec_->arity, rows.size()));
     }
     std::vector<nb::object> arrays;
     std::vector<const double*> inputs;
-    std::int64_t n = -1;
+    std::int64_t n = -1;  // every operator takes at least one row, which sets it
     for (nb::handle row : rows) {
         nb::object array = as_float64_contiguous(row);
         std::vector<std::int64_t> dims = dims_of(array);
         if (dims.size() != 1) {
-            raise(PyExc_ValueError, "expected a row vector, got shape " + shape_text({dims.begin(), dims.end()}));
+            const std::string shape = shape_text({dims.begin(), dims.end()});
+            raise_error(nb::handle(PyExc_ValueError), msg::operator_row_not_vector(shape));
         }
         if (n >= 0 && dims[0] != n) {
-            raise(PyExc_ValueError, "expected rows of one width, got shapes " + shape_of(n) + " and " + shape_of(dims[0]));
+            raise_error(nb::handle(PyExc_ValueError), msg::operator_rows_unequal(shape_of(n), shape_of(dims[0])));
         }
         n = dims[0];
         inputs.push_back(float64_data(array));
         arrays.push_back(std::move(array));
     }
-    nb::object out = empty_float64({n < 0 ? 0 : n});
-    op_->step(inputs.data(), float64_data(out), n < 0 ? 0 : n);
+    const std::string mismatch = row_width_mismatch(*op_, n);
+    if (!mismatch.empty()) raise_error(nb::handle(PyExc_ValueError), mismatch);
+    nb::object out = empty_float64({n});
+    op_->step(inputs.data(), float64_data(out), n);
     return out;
 }
 
-nb::dict NativeFunction::state_payload_of() { return state_payload(*op_); }
+nb::dict NativeFunction::get_state() { return state_payload(*op_); }
 
 void NativeFunction::set_state(nb::handle data) { op_ = restored_operator(*spec_, params_, data); }
+
+std::string row_width_mismatch(const RowOperator& op, std::int64_t n) {
+    if (op.width() < 0 || op.width() == n) return {};
+    return msg::operator_row_width(shape_of(op.width()), shape_of(n));
+}
 
 RowOperator* native_operator_of(nb::handle instance) {
     NativeFunction* native = nullptr;

@@ -30,17 +30,19 @@ public:
     // wrong count of rows, rows of other than one dimension or of unequal widths.
     nb::object call(nb::args rows, nb::kwargs kwargs);
 
-    nb::dict get_state() { return state_payload_of(); }
+    nb::dict get_state();
     void set_state(nb::handle data);
 
 private:
-    nb::dict state_payload_of();
-
     const OperatorSpec* spec_;
     std::vector<double> params_;
     nb::dict config_;
     std::unique_ptr<RowOperator> op_;
 };
+
+// The message for a row of n cells handed to an operator that holds rows of
+// another width; empty when n fits.
+std::string row_width_mismatch(const RowOperator& op, std::int64_t n);
 
 // The row operator of a NativeFunction instance; nullptr for any other object.
 RowOperator* native_operator_of(nb::handle instance);

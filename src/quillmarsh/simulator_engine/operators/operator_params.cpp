@@ -3,24 +3,20 @@
 #include <cmath>
 #include <string>
 
+#include "host/errors.hpp"
 #include "host/format.hpp"
+#include "host/messages.hpp"
 
 namespace qm::ops {
 
 namespace {
 
-[[noreturn]] void raise_type(const std::string& message) {
-    PyErr_SetString(PyExc_TypeError, message.c_str());
-    throw nb::python_error();
-}
+[[noreturn]] void raise_type(const std::string& message) { raise_error(nb::handle(PyExc_TypeError), message); }
 
-[[noreturn]] void raise_value(const std::string& message) {
-    PyErr_SetString(PyExc_ValueError, message.c_str());
-    throw nb::python_error();
-}
+[[noreturn]] void raise_value(const std::string& message) { raise_error(nb::handle(PyExc_ValueError), message); }
 
 std::string not_an_integer(const ParamSpec& param, nb::handle value) {
-    return std::string(param.name) + " must be an integer, got " + repr_of(value);
+    return msg::param_not_integer(param.name, repr_of(value));
 }
 
 // An integer parameter: a Python int or anything with __index__, never a bool.
@@ -42,22 +38,24 @@ long long window_value(const ParamSpec& param, nb::handle value) {
     long long length = 0;
     if (PyFloat_Check(value.ptr())) {
         const double raw = PyFloat_AS_DOUBLE(value.ptr());
-        if (!std::isfinite(raw)) raise_value(std::string(param.name) + " must be finite, got " + repr_of(value));
+        if (!std::isfinite(raw)) raise_value(msg::param_not_finite(param.name, repr_of(value)));
         const double floored = std::floor(raw);
-        if (floored < 1.0) raise_value(std::string(param.name) + " must be at least 1, got " + std::to_string(static_cast<long long>(floored)));
-        if (floored > 9.0e15) raise_value(std::string(param.name) + " is too large, got " + repr_of(value));
+        if (floored < 1.0) raise_value(msg::param_below_one(param.name, static_cast<long long>(floored)));
+        // Beyond 2^53 a float no longer names one integer.
+        if (floored > 9.0e15) raise_value(msg::param_too_large(param.name, repr_of(value)));
         length = static_cast<long long>(floored);
     } else {
         length = integer_value(param, value);
     }
-    if (length < 1) raise_value(std::string(param.name) + " must be at least 1, got " + std::to_string(length));
+    if (length < 1) raise_value(msg::param_below_one(param.name, length));
     return length;
 }
 
 double number_value(const ParamSpec& param, nb::handle value) {
-    const std::string message = std::string(param.name) + " must be a number, got " + repr_of(value);
-    if (PyBool_Check(value.ptr()) || PyUnicode_Check(value.ptr()) || PyBytes_Check(value.ptr())) raise_type(message);
-    const double out = PyFloat_AsDouble(value.ptr());
+    const std::string message = msg::param_not_number(param.name, repr_of(value));
+    PyObject* raw = value.ptr();
+    if (PyBool_Check(raw) || PyUnicode_Check(raw) || PyBytes_Check(raw)) raise_type(message);
+    const double out = PyFloat_AsDouble(raw);
     if (out == -1.0 && PyErr_Occurred()) {
         PyErr_Clear();
         raise_type(message);
@@ -65,41 +63,46 @@ double number_value(const ParamSpec& param, nb::handle value) {
     return out;
 }
 
+double converted_value(const ParamSpec& param, nb::handle value) {
+    switch (param.kind) {
+        case ParamKind::Window: return static_cast<double>(window_value(param, value));
+        case ParamKind::Integer: return static_cast<double>(integer_value(param, value));
+        case ParamKind::Number: return number_value(param, value);
+    }
+    return 0.0;
+}
+
 void check_known_names(const OperatorSpec& spec, nb::dict config) {
     for (auto [key, value] : config) {
         bool known = false;
         for (const ParamSpec& param : spec.params) known = known || text_of(key) == param.name;
-        if (!known) raise_type(std::string(spec.name) + " got an unexpected parameter " + repr_of(key));
+        if (!known) raise_type(msg::operator_param_unknown(spec.name, repr_of(key)));
     }
 }
 
 }  // namespace
 
+nb::object param_object(ParamKind kind, double value) {
+    if (kind == ParamKind::Number) return nb::float_(value);
+    return nb::int_(static_cast<long long>(value));
+}
+
 OperatorParams convert_params(const OperatorSpec& spec, nb::handle config) {
-    if (!PyDict_Check(config.ptr())) raise_type("the configuration must be a dict, got " + type_name_of(config));
+    if (!PyDict_Check(config.ptr())) raise_type(msg::operator_config_type(type_name_of(config)));
     nb::dict given = nb::borrow<nb::dict>(config);
     check_known_names(spec, given);
     OperatorParams out;
     for (const ParamSpec& param : spec.params) {
         nb::str key(param.name);
         if (!given.contains(key)) {
-            if (!param.has_default) raise_type(std::string(spec.name) + " is missing the parameter '" + param.name + "'");
+            if (!param.has_default) raise_type(msg::operator_param_missing(spec.name, param.name));
             out.values.push_back(param.default_value);
-            out.config[key] = param.kind == ParamKind::Number ? nb::object(nb::float_(param.default_value))
-                                                              : nb::object(nb::int_(static_cast<long long>(param.default_value)));
+            out.config[key] = param_object(param.kind, param.default_value);
             continue;
         }
-        nb::handle value = given[key];
-        if (param.kind == ParamKind::Number) {
-            const double number = number_value(param, value);
-            out.values.push_back(number);
-            out.config[key] = nb::float_(number);
-        } else {
-            const long long integer =
-                param.kind == ParamKind::Window ? window_value(param, value) : integer_value(param, value);
-            out.values.push_back(static_cast<double>(integer));
-            out.config[key] = nb::int_(integer);
-        }
+        const double converted = converted_value(param, given[key]);
+        out.values.push_back(converted);
+        out.config[key] = param_object(param.kind, converted);
     }
     return out;
 }

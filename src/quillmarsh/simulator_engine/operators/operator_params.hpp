@@ -17,6 +17,9 @@ struct OperatorParams {
     nb::dict config;             // name -> converted value (int for windows and integers, float for numbers)
 };
 
+// A converted value as Python holds it: an int for windows and integers, a float for numbers.
+nb::object param_object(ParamKind kind, double value);
+
 // Unknown or missing parameters and wrong types raise TypeError; a window
 // below 1 or a non-finite window raises ValueError. A float window is floored.
 OperatorParams convert_params(const OperatorSpec& spec, nb::handle config);

@@ -3,17 +3,16 @@
 #include <cstring>
 #include <string>
 
+#include "host/errors.hpp"
 #include "host/format.hpp"
+#include "host/messages.hpp"
 #include "host/numpy_api.hpp"
 
 namespace qm::ops {
 
 namespace {
 
-[[noreturn]] void raise_value(const std::string& message) {
-    PyErr_SetString(PyExc_ValueError, message.c_str());
-    throw nb::python_error();
-}
+[[noreturn]] void raise_value(const std::string& message) { raise_error(nb::handle(PyExc_ValueError), message); }
 
 int typenum_of(StateDType dtype) {
     switch (dtype) {
@@ -65,17 +64,16 @@ nb::object checked_array(nb::handle value, const StateField& field) {
     const bool castable = PyArray_CanCastTypeTo(PyArray_DESCR(arr), target, NPY_SAFE_CASTING);
     Py_DECREF(target);
     if (!castable) {
-        raise_value(std::string("saved state field '") + field.name + "' has dtype " +
-                    text_of(nb::handle(reinterpret_cast<PyObject*>(PyArray_DESCR(arr)))) +
-                    ", which does not cast safely to " + dtype_name(field.dtype));
+        nb::handle dtype(reinterpret_cast<PyObject*>(PyArray_DESCR(arr)));
+        raise_value(msg::saved_state_dtype(field.name, text_of(dtype), dtype_name(field.dtype)));
     }
     std::vector<long long> got(PyArray_DIMS(arr), PyArray_DIMS(arr) + PyArray_NDIM(arr));
     std::vector<long long> expected(field.shape.begin(), field.shape.end());
     if (got != expected) {
-        raise_value(std::string("saved state field '") + field.name + "' has shape " + shape_text(got) + ", expected " +
-                    shape_text(expected));
+        raise_value(msg::saved_state_shape(field.name, shape_text(got), shape_text(expected)));
     }
-    PyObject* converted = PyArray_FROMANY(raw, typenum_of(field.dtype), 0, 0, NPY_ARRAY_CARRAY | NPY_ARRAY_FORCECAST);
+    const int requirements = NPY_ARRAY_CARRAY | NPY_ARRAY_FORCECAST;
+    PyObject* converted = PyArray_FROMANY(raw, typenum_of(field.dtype), 0, 0, requirements);
     if (!converted) throw nb::python_error();
     return nb::steal(converted);
 }
@@ -86,7 +84,7 @@ std::int64_t saved_width(nb::handle value) {
     if (!raw) throw nb::python_error();
     nb::object array = nb::steal(raw);
     PyArrayObject* arr = reinterpret_cast<PyArrayObject*>(raw);
-    if (PyArray_NDIM(arr) == 0) raise_value("saved state arrays must have at least one dimension");
+    if (PyArray_NDIM(arr) == 0) raise_value(msg::saved_state_scalar());
     return PyArray_DIM(arr, PyArray_NDIM(arr) - 1);
 }
 
@@ -97,7 +95,7 @@ void check_window(nb::handle data, const RowOperator& op) {
     const int differs = PyObject_RichCompareBool(saved.ptr(), window.ptr(), Py_NE);
     if (differs < 0) throw nb::python_error();
     if (differs) {
-        raise_value("saved state has window " + text_of(saved) + ", this instance has window " + text_of(window));
+        raise_value(msg::saved_state_window(text_of(saved), text_of(window)));
     }
 }
 
@@ -109,7 +107,7 @@ std::int64_t saved_count(nb::handle data) {
     const long long count = PyLong_AsLongLong(as_int);
     Py_DECREF(as_int);
     if (count == -1 && PyErr_Occurred()) throw nb::python_error();
-    if (count < 0) raise_value("saved state has a negative count " + std::to_string(count));
+    if (count < 0) raise_value(msg::saved_state_count(count));
     return count;
 }
 
@@ -126,8 +124,7 @@ nb::dict state_payload(RowOperator& op) {
 std::unique_ptr<RowOperator> restored_operator(const OperatorSpec& spec, const std::vector<double>& params,
                                                nb::handle data) {
     if (!PyDict_Check(data.ptr())) {
-        PyErr_SetString(PyExc_TypeError, ("a saved state must be a dict, got " + type_name_of(data)).c_str());
-        throw nb::python_error();
+        raise_error(nb::handle(PyExc_TypeError), msg::saved_state_type(type_name_of(data)));
     }
     std::unique_ptr<RowOperator> op = spec.make(params);
     check_window(data, *op);
@@ -141,7 +138,7 @@ std::unique_ptr<RowOperator> restored_operator(const OperatorSpec& spec, const s
     nb::object first = layout.empty() ? nb::object() : saved_value(data, layout.front().name);
     if (!first.is_valid()) {
         if (count > 0 && !layout.empty()) {
-            raise_value("saved state with count " + std::to_string(count) + " carries no '" + layout.front().name + "'");
+            raise_value(msg::saved_state_without_history(count, layout.front().name));
         }
         return op;
     }
@@ -150,12 +147,13 @@ std::unique_ptr<RowOperator> restored_operator(const OperatorSpec& spec, const s
     std::vector<nb::object> arrays;
     for (const StateField& field : fields) {
         nb::object value = saved_value(data, field.name);
-        if (!value.is_valid()) raise_value(std::string("saved state lacks '") + field.name + "'");
+        if (!value.is_valid()) raise_value(msg::saved_state_missing(field.name));
         arrays.push_back(checked_array(value, field));
     }
     for (std::size_t i = 0; i < fields.size(); ++i) {
-        const std::size_t bytes = cell_count(fields[i]) * PyArray_ITEMSIZE(reinterpret_cast<PyArrayObject*>(arrays[i].ptr()));
-        if (bytes > 0) std::memcpy(fields[i].data, PyArray_DATA(reinterpret_cast<PyArrayObject*>(arrays[i].ptr())), bytes);
+        PyArrayObject* saved = reinterpret_cast<PyArrayObject*>(arrays[i].ptr());
+        const std::size_t bytes = cell_count(fields[i]) * PyArray_ITEMSIZE(saved);
+        if (bytes > 0) std::memcpy(fields[i].data, PyArray_DATA(saved), bytes);
     }
     return op;
 }

@@ -17,7 +17,9 @@ public:
         const double* cond = inputs[0];
         const double* a = inputs[1];
         const double* b = inputs[2];
-        for (std::int64_t i = 0; i < n; ++i) out[i] = std::isnan(cond[i]) ? cell::kNaN : (cond[i] != 0.0 ? a[i] : b[i]);
+        for (std::int64_t i = 0; i < n; ++i) {
+            out[i] = std::isnan(cond[i]) ? cell::kNaN : (cond[i] != 0.0 ? a[i] : b[i]);
+        }
     }
 };
 

@@ -1,21 +1,20 @@
 #include "operators/time_series/rolling_moments.hpp"
 
+#include <cstddef>
 #include <limits>
+#include <new>
 #include <stdexcept>
-#include <string>
 
 #include "fast_paths/rolling_step.hpp"
+#include "host/messages.hpp"
 
 namespace qm::ops {
 
-namespace {
-
-std::string row_shape(std::int64_t n) { return "(" + std::to_string(n) + ",)"; }
-
-}  // namespace
-
 void RollingMoments::restore(std::int64_t n, std::int64_t count) {
     const auto cells = static_cast<std::size_t>(n);
+    // A window times a width past what memory can address would wrap the ring's size.
+    const std::size_t max_ring = std::numeric_limits<std::ptrdiff_t>::max() / sizeof(double);
+    if (cells != 0 && static_cast<std::size_t>(window_) > max_ring / cells) throw std::bad_alloc();
     ring_.assign(static_cast<std::size_t>(window_) * cells, std::numeric_limits<double>::quiet_NaN());
     missing_.assign(cells, 0);
     for (auto* sums : {&lead_, &lead_sq_, &lag_, &lag_sq_}) sums->assign(cells, 0.0L);
@@ -25,7 +24,7 @@ void RollingMoments::restore(std::int64_t n, std::int64_t count) {
 
 void RollingMoments::step(const double* const* inputs, double* out, std::int64_t n) {
     if (width_ < 0) restore(n, 0);
-    if (n != width_) throw std::invalid_argument("expected a row of shape " + row_shape(width_) + ", got " + row_shape(n));
+    if (n != width_) throw std::invalid_argument(msg::operator_width_changed());
     const RollingState state{ring_.data(),  missing_.data(), lead_.data(),
                              lead_sq_.data(), lag_.data(),   lag_sq_.data(),
                              static_cast<std::size_t>(window_), static_cast<std::size_t>(width_)};
