@@ -73,14 +73,26 @@ def decay_linear(x: Any, d: int) -> np.ndarray:
 
 
 def covariance(x: Any, y: Any, d: int) -> np.ndarray:
-    return _rolling(lambda wx, wy: _cross_sum(wx, wy) / d, d, x, y)
+    return _rolling(lambda wx, wy: _shifted_pair_sums(wx, wy)[0] / d, d, x, y)
 
 
 def correlation(x: Any, y: Any, d: int) -> np.ndarray:
     def pearson(wx, wy):
-        r = _cross_sum(wx, wy) / np.sqrt(_cross_sum(wx, wx) * _cross_sum(wy, wy))
+        cross, squares_x, squares_y = _shifted_pair_sums(wx, wy)
+        r = cross / np.sqrt(squares_x * squares_y)
         return np.where(r > 1, 1, np.where(r < -1, -1, r))
     return _rolling(pearson, d, x, y)
+
+
+def _shifted_pair_sums(wx: np.ndarray, wy: np.ndarray) -> tuple[np.ndarray, np.ndarray, np.ndarray]:
+    """Sxy, Sxx, Syy from the values shifted by each window's oldest: sum(u v) - sum(u) sum(v) / d."""
+    d = wx.shape[-1]
+    u, v = wx - wx[..., :1], wy - wy[..., :1]
+    su, sv = _sum_oldest_first(u), _sum_oldest_first(v)
+    cross = _sum_oldest_first(u * v) - su * sv / d
+    squares_x = np.maximum(_sum_oldest_first(u * u) - su * su / d, 0.0)
+    squares_y = np.maximum(_sum_oldest_first(v * v) - sv * sv / d, 0.0)
+    return cross, squares_x, squares_y
 
 
 def ts_skew(x: Any, d: int) -> np.ndarray:

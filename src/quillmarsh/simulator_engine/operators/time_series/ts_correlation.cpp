@@ -3,11 +3,11 @@
 //   variance (all its values equal, which includes d = 1).
 // Inputs: one row of n float64 cells of x and of y per step; output: n cells.
 // NaN / warm-up: NaN until d rows are seen and wherever either window holds a
-//   NaN; infinities are values (an infinite mean gives NaN).
-// Arithmetic: two passes (means, then centred sums) oldest to newest in
-//   float64, cov / sqrt(var x * var y); a constant window's mean is its value,
-//   so its variance is exactly 0. Recomputed from the ring at every row.
-//   O(d) per cell.
+//   NaN; infinities are values (inf - inf is NaN).
+// Arithmetic: one pass oldest to newest in float64 over the values shifted by
+//   the window's oldest value (see centered_pair_sums), then
+//   Sxy / sqrt(Sxx Syy); a constant window has sums of exactly 0. Recomputed
+//   from the ring at every row. O(d) per cell.
 // State: "count", "window" = d, "ring" (2, d, n).
 // Runs without the GIL, touches no Python object.
 #include <cmath>
@@ -24,20 +24,13 @@ struct Correlation {
     static constexpr std::size_t inputs = 2;
     static constexpr bool whole_window = true;
 
-    std::vector<double> mean_x, mean_y, sxx, syy, sxy;
-    std::vector<double> differs;  // scratch of column_means
+    PairSums sums;
 
     void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
-        const double* const* x = rows;
-        const double* const* y = rows + d;
-        double* __restrict mx = at_width(mean_x, n);
-        double* __restrict my = at_width(mean_y, n);
-        column_means(x, d, n, mx, differs);
-        column_means(y, d, n, my, differs);
-        double* __restrict cross = at_width(sxy, n);
-        double* __restrict squares_x = at_width(sxx, n);
-        double* __restrict squares_y = at_width(syy, n);
-        centered_pair_sums(x, mx, y, my, d, n, cross, squares_x, squares_y);
+        centered_pair_sums(rows, rows + d, d, n, sums);
+        const double* __restrict cross = sums.cross.data();
+        const double* __restrict squares_x = sums.squares_u.data();
+        const double* __restrict squares_y = sums.squares_v.data();
         for (std::int64_t j = 0; j < n; ++j) {
             // A constant side has zero squares: 0 / 0 is NaN.
             const double r = cross[j] / std::sqrt(squares_x[j] * squares_y[j]);

@@ -2,10 +2,10 @@
 //   and y, divisor d: sum((x - mean x) (y - mean y)) / d.
 // Inputs: one row of n float64 cells of x and of y per step; output: n cells.
 // NaN / warm-up: NaN until d rows are seen and wherever either window holds a
-//   NaN; infinities are values (an infinite mean gives NaN deviations).
-// Arithmetic: two passes (means, then centred products) oldest to newest in
-//   float64; a constant window's mean is its value, so it gives exactly 0.
-//   Recomputed from the ring at every row. O(d) per cell.
+//   NaN; infinities are values (inf - inf is NaN).
+// Arithmetic: one pass oldest to newest in float64 over the values shifted by
+//   the window's oldest value (see centered_pair_sums); a constant window
+//   gives exactly 0. Recomputed from the ring at every row. O(d) per cell.
 // State: "count", "window" = d, "ring" (2, d, n).
 // Runs without the GIL, touches no Python object.
 #include "operators/time_series/kernels.hpp"
@@ -20,17 +20,12 @@ struct Covariance {
     static constexpr std::size_t inputs = 2;
     static constexpr bool whole_window = true;
 
-    std::vector<double> mean_x, mean_y;
-    std::vector<double> differs;  // scratch of column_means
+    PairSums sums;
 
     void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
-        const double* const* x = rows;
-        const double* const* y = rows + d;
-        column_means(x, d, n, at_width(mean_x, n), differs);
-        column_means(y, d, n, at_width(mean_y, n), differs);
-        centered_cross_sums(x, mean_x.data(), y, mean_y.data(), d, n, out);
+        centered_pair_sums(rows, rows + d, d, n, sums);
         const double count = static_cast<double>(d);
-        for (std::int64_t j = 0; j < n; ++j) out[j] /= count;
+        for (std::int64_t j = 0; j < n; ++j) out[j] = sums.cross[j] / count;
     }
 };
 

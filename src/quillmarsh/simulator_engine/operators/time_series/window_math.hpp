@@ -62,25 +62,49 @@ inline void centered_cross_sums(const double* const* x, const double* __restrict
     }
 }
 
-// One pass over both windows: per column the centred cross sum of x and y
-// and the centred square sums of each.
-inline void centered_pair_sums(const double* const* x, const double* __restrict mean_x, const double* const* y,
-                               const double* __restrict mean_y, std::int64_t d, std::int64_t n,
-                               double* __restrict cross, double* __restrict squares_x, double* __restrict squares_y) {
-    std::fill(cross, cross + n, 0.0);
-    std::fill(squares_x, squares_x + n, 0.0);
-    std::fill(squares_y, squares_y + n, 0.0);
+// Centred cross and square sums of two windows in one pass, from the values
+// shifted by each window's oldest value (u = x - x_0, v = y - y_0):
+//   Sxy = sum(u v) - sum(u) sum(v) / d, Sxx and Syy likewise.
+// The shift is a value of the window, so the sums stay small and a constant
+// window gives exactly zero; rounding that would make a square sum negative
+// leaves it at 0.
+struct PairSums {
+    std::vector<double> sum_u, sum_v, cross, squares_u, squares_v;
+};
+
+// The shifted sums, through plain pointer parameters so the compiler runs
+// several columns at a time.
+inline void shifted_pair_sums(const double* const* x, const double* const* y, std::int64_t d, std::int64_t n,
+                              double* __restrict su, double* __restrict sv, double* __restrict cross,
+                              double* __restrict squares_u, double* __restrict squares_v) {
+    const double* x0 = x[0];
+    const double* y0 = y[0];
+    for (double* column : {su, sv, cross, squares_u, squares_v}) std::fill(column, column + n, 0.0);
     for (std::int64_t k = 0; k < d; ++k) {
         const double* __restrict row_x = x[k];
         const double* __restrict row_y = y[k];
         for (std::int64_t j = 0; j < n; ++j) {
-            const double dx = row_x[j] - mean_x[j];
-            const double dy = row_y[j] - mean_y[j];
-            cross[j] += dx * dy;
-            squares_x[j] += dx * dx;
-            squares_y[j] += dy * dy;
+            const double u = row_x[j] - x0[j];
+            const double v = row_y[j] - y0[j];
+            su[j] += u;
+            sv[j] += v;
+            cross[j] += u * v;
+            squares_u[j] += u * u;
+            squares_v[j] += v * v;
         }
     }
+    const double count = static_cast<double>(d);
+    for (std::int64_t j = 0; j < n; ++j) {
+        cross[j] -= su[j] * sv[j] / count;
+        squares_u[j] = std::max(squares_u[j] - su[j] * su[j] / count, 0.0);
+        squares_v[j] = std::max(squares_v[j] - sv[j] * sv[j] / count, 0.0);
+    }
+}
+
+inline void centered_pair_sums(const double* const* x, const double* const* y, std::int64_t d, std::int64_t n,
+                               PairSums& sums) {
+    shifted_pair_sums(x, y, d, n, at_width(sums.sum_u, n), at_width(sums.sum_v, n), at_width(sums.cross, n),
+                      at_width(sums.squares_u, n), at_width(sums.squares_v, n));
 }
 
 // sum[j] = sum over k of (k - (d - 1) / 2) * (x_k - mean_x): the time index
