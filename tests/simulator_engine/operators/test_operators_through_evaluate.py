@@ -9,6 +9,8 @@ from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
 from quillmarsh.simulator_engine.expression_evaluator import _operator_table
 
+from quillmarsh._reference.rank import rank_rows_reference
+
 from .python_call import assert_same_states, python_call_registry
 
 T, N = 24, 4
@@ -54,3 +56,27 @@ def test_streaming_in_two_parts_equals_one_evaluation(row, split):
         second = ee.evaluate(graph, context(default_registry(), slice(split, None)), function_states=first.states)
     np.testing.assert_array_equal(np.vstack([first.weights, second.weights]), whole.weights)
     assert_same_states(second.states, whole.states)
+
+
+OUTSIDE = np.zeros((T, N), dtype=bool)
+OUTSIDE[::3, 1] = OUTSIDE[7:, 0] = True  # cells outside the universe
+
+
+@pytest.mark.parametrize("row", TABLE, ids=lambda row: row["alias"])
+def test_cells_outside_the_universe_are_nan_at_every_operator(row):
+    universe = np.where(OUTSIDE, 0.0, 1.0)
+    with np.errstate(all="ignore"):
+        result = ee.evaluate(graph_of(row), ee.EvaluationContext(
+            [X, Y], {"x": 0, "y": 1}, registry=default_registry(), universe=universe))
+    assert np.isnan(result.weights[OUTSIDE]).all()
+
+
+def test_assets_outside_the_universe_take_no_part_in_a_rank_of_a_comparison():
+    universe = np.where(OUTSIDE, 0.0, 1.0)
+    rank, greater = (next(row["name"] for row in TABLE if row["alias"] == alias)
+                     for alias in ("rank", "greater_scalar"))
+    graph = Node("rotation", rank, [Node("rotation", greater, [Node("feature", "x")], config={"value": 0.0})])
+    result = ee.evaluate(graph, ee.EvaluationContext([X], {"x": 0}, registry=default_registry(), universe=universe))
+    with np.errstate(invalid="ignore"):
+        members_compared = np.where(OUTSIDE, np.nan, (X > 0).astype(float))
+    np.testing.assert_array_equal(result.weights, rank_rows_reference(members_compared))

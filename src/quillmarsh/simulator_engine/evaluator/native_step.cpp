@@ -1,5 +1,8 @@
 // Function nodes of native instances: the row operator reads the children's
 // registers and writes the node's register, with no Python object per row.
+// Their output rows pass the universe mask like feature rows do, so an asset
+// outside the universe reads as NaN at every native node: a comparison, a
+// logical operator or a constant never gives it a value, a weight or a rank.
 // Everything the Python call path guarantees holds: data-NaN provenance, and
 // a failure surfaces as FunctionExecutionError naming the node and row, with
 // the operator's ValueError as its cause.
@@ -11,6 +14,7 @@
 #include <stdexcept>
 
 #include "evaluator/node_steps.hpp"
+#include "fast_paths/masking.hpp"
 #include "host/errors.hpp"
 #include "host/format.hpp"
 #include "host/host.hpp"
@@ -42,6 +46,11 @@ void run_native(GeneralEvaluation& ev, Program& program, Instruction& ins, std::
         raise_native_failure(ins, t, PyExc_MemoryError, "out of memory");
     } catch (const std::exception& error) {
         raise_native_failure(ins, t, PyExc_RuntimeError, error.what());
+    }
+    if (program.has_universe) {
+        if (const double* universe_row = program.universe.row(t)) {
+            mask_cells(out, universe_row, out, static_cast<std::size_t>(program.n));
+        }
     }
     if (ev.provenance.propagate_data_nan(ins.nan_check, program.registers, program.n)) {
         std::fill(reg, reg + program.n, NAN);
