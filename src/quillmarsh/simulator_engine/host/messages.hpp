@@ -58,11 +58,6 @@ inline std::string config_missing(const std::string& name, const std::string& pa
     return "Function '" + name + "' at node '" + path + "' config missing required parameter(s): " + joined;
 }
 
-// Warm-up accounting.
-inline std::string warmup_rows_overflow(const std::string& path) {
-    return "Warm-up row count of graph node '" + path + "' does not fit a 64-bit integer";
-}
-
 // Filtration weight extraction.
 inline std::string extraction_row_out_of_bounds(long long t, long long rows) {
     return "t=" + std::to_string(t) + " out of bounds for weights array with valid range [0, " + std::to_string(rows) +
