@@ -40,3 +40,9 @@ def test_caller_features_are_never_changed(container):
     assert type(loaded) is container and len(loaded) == 3 and all(a is b for a, b in zip(loaded, before))
     assert ctx.feature_index == {"a": 0, "b": 1, "c": 2, "d": 3, "e": 4} and isinstance(ctx.features, tuple)
 
+
+
+def test_stage_data_supplies_the_only_features():
+    ctx = ee.EvaluationContext(None, {}, universe=np.ones((4, 3)), stage_data=StageData({"d": np.ones((4, 3))}))
+    weights, _ = ee.evaluate(Node("feature", "d"), ctx)
+    np.testing.assert_array_equal(weights, np.ones((4, 3)))
