@@ -65,3 +65,31 @@ def test_pickle_round_trip_gives_new_lock_and_same_fields():
     assert restored._evaluation_lock is not ctx._evaluation_lock and restored._evaluation_lock.acquire(blocking=False)
     assert restored.pool_id == "p1" and restored._skip_evaluation_shape_validation is False
     np.testing.assert_array_equal(restored.registers, ctx.registers)
+
+
+@pytest.mark.parametrize("features, feature_index, options", [
+    (None, {}, {}), (None, None, {}), ([], {}, {}), ((), None, {"validate_inputs": None}),
+    (None, {}, {"transforms_already_combined": None, "current_day_index": None, "validate_inputs": False}),
+])
+def test_a_context_without_features_fails_at_evaluate(features, feature_index, options):
+    ctx = ee.EvaluationContext(features, feature_index, universe=np.ones((2, 2)), **options)
+    with pytest.raises(EvaluationError, match="^No features provided$"):
+        ee.evaluate(FunctionGraphNode("feature", "x"), ctx)
+
+
+@pytest.mark.parametrize("features, feature_index, error, message", [
+    (None, {"x": 0}, EvaluationError, r"^feature_index\['x'\] = 0 is out of bounds for 0 features$"),
+    ([_z(REF)], ["x"], SchemaError, "^EvaluationContext.feature_index must be a map .* got list$"),
+    ([_z(REF)], "x", SchemaError, "got str$"),
+])
+def test_wrong_typed_feature_index_is_a_typed_error(features, feature_index, error, message):
+    with pytest.raises(error, match=message):
+        ee.EvaluationContext(features, feature_index)
+
+
+@pytest.mark.parametrize("config", [[("window", 3)], "window=3", 3, object()])
+def test_graph_config_that_is_not_a_map_is_a_schema_error(config):
+    graph = FunctionGraphNode("rotation", "f", [FunctionGraphNode("feature", "x")], config=config)
+    ctx = ee.EvaluationContext([_z((2, 2))], {"x": 0}, universe=np.ones((2, 2)))
+    with pytest.raises(SchemaError, match=f"^Graph node 'root' config must be a map or None; got {type(config).__name__}$"):
+        ee.evaluate(graph, ctx)

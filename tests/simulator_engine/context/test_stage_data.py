@@ -1,4 +1,5 @@
 import numpy as np
+import pytest
 
 from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, StageData
@@ -25,3 +26,23 @@ def test_attached_leaf_evaluates_through_the_engine():
     ctx = _context({"depth": np.full((4, 3), 2.0)}, universe=np.ones((4, 3)))
     weights, _ = ee.evaluate(Node("feature", "depth"), ctx)
     np.testing.assert_array_equal(weights, np.full((4, 3), 2.0))
+
+
+@pytest.mark.parametrize("container", [list, tuple])
+def test_caller_features_are_never_changed(container):
+    loaded = container(np.zeros((4, 3)) for _ in range(3))
+    before = list(loaded)
+    ctx = ee.EvaluationContext(loaded, {"a": 0, "b": 1, "c": 2}, universe=np.ones((4, 3)),
+                               stage_data=StageData({"d": np.full((4, 3), 1.0), "e": np.full((4, 3), 2.0)}))
+    for name, value in (("d", 1.0), ("e", 2.0), ("d", 1.0)):
+        weights, _ = ee.evaluate(Node("feature", name), ctx)
+        np.testing.assert_array_equal(weights, np.full((4, 3), value))
+    assert type(loaded) is container and len(loaded) == 3 and all(a is b for a, b in zip(loaded, before))
+    assert ctx.feature_index == {"a": 0, "b": 1, "c": 2, "d": 3, "e": 4} and isinstance(ctx.features, tuple)
+
+
+
+def test_stage_data_supplies_the_only_features():
+    ctx = ee.EvaluationContext(None, {}, universe=np.ones((4, 3)), stage_data=StageData({"d": np.ones((4, 3))}))
+    weights, _ = ee.evaluate(Node("feature", "d"), ctx)
+    np.testing.assert_array_equal(weights, np.ones((4, 3)))

@@ -35,7 +35,8 @@ def _warmup_graph(window):
 
 
 @pytest.mark.parametrize("window, restored, blanked", [
-    (3, None, 2), (5, None, 4), (9, None, 4), (5, 1, 3), (5, 3, 1), (5, 25, 0)])
+    (3, None, 2), (5, None, 4), (9, None, 4), (5, 1, 3), (5, 3, 1), (5, 25, 0), (2**63, None, 4), (2**63, 10, 4),
+    (5, 10**20, 0), (5, -10**30, 4), (5, 2.5, 2), (2**70, 2**64, 4), (2**64 + 3, 2**64, 2)])
 def test_warmup_rows_less_the_restored_count_are_blanked_in_the_weights_only(window, restored, blanked):
     ctx = make_context(registry=FakeRegistry({"acc": lambda: Accumulator(count=restored or 0)}, stateful={"acc"}))
     ctx._collect_node_outputs = True
@@ -44,6 +45,12 @@ def test_warmup_rows_less_the_restored_count_are_blanked_in_the_weights_only(win
     assert np.isnan(out.weights[:blanked]).all() and not np.isnan(out.weights[blanked:]).any()
     np.testing.assert_array_equal(out.node_outputs["root"][blanked:], out.weights[blanked:])
     assert not np.isnan(out.node_outputs["root"]).any()
+
+
+def test_warmup_past_64_bits_blanks_every_row():
+    ctx = make_context(registry=FakeRegistry({"acc": Accumulator}, stateful={"acc"}))
+    graph = Node("rotation", "acc", [_warmup_graph(2**62 + 1), Node("int", 2**62 + 1)])
+    assert np.isnan(ee.evaluate(graph, ctx).weights).all()
 
 
 def test_bound_instances_switch_the_warmup_off():

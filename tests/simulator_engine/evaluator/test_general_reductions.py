@@ -76,6 +76,10 @@ def test_reduction_without_signals_or_filtration_fails_clearly(instance):
 @pytest.mark.parametrize("rows, payload, replayed", [
     (12, {"count": 3, "window": 10}, list(range(5, 12))), (4, {"count": 3, "window": 10}, [0, 1, 2, 3]),
     (12, {"count": 10, "window": 10}, []), (12, {"count": 8}, [10, 11]), (12, {}, []), (12, None, []),
+    (12, {"count": 10**20, "window": 10}, []), (12, {"count": -10**30, "window": 10}, list(range(12))),
+    (12, {"count": 2**64, "window": 2**65}, list(range(12))), (12, {"count": 3, "window": 2**70}, list(range(12))),
+    (12, {"count": 2.5, "window": 10.9}, list(range(4, 12))), (12, {"count": "abc", "window": 5}, list(range(7, 12))),
+    (12, {"count": 3, "window": "x"}, []), (12, {"count": 3, "window": None}, []),
 ])
 def test_cold_start_replays_the_tail_of_saved_states_before_row_zero(rows, payload, replayed):
     weights = np.repeat(np.arange(float(rows))[:, None], N, axis=1)

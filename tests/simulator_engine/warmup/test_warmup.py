@@ -29,6 +29,8 @@ FEAT = N("feature", "close")
     (fn("roll", 1, fn("roll", 5, FEAT)), 4), (fn("roll", fn("roll", 5, FEAT)), 4),
     (fn("roll", 20, N("filtration", "filtration", [fn("roll", 5, FEAT)])), 19),
     (fn("roll", "7", "abc", None, N("float", 50.0), FEAT), 6),
+    (fn("roll", 2**63, FEAT), 2**63 - 1), (fn("roll", 2**62 + 1, fn("roll", 2**62 + 1, FEAT)), 2**63),
+    (fn("roll", -2**70, fn("roll", 3, FEAT)), 2), (fn("red", 2**80, FEAT, kind="reduction"), 2**80 - 1),
 ])
 def test_graph_warmup_rows(graph, rows):
     assert ee._compute_graph_warmup_rows(graph, REGISTRY) == rows and ee._compute_graph_warmup_rows(graph, None) == 0
@@ -45,7 +47,8 @@ def test_malformed_graphs_raise():
 
 @pytest.mark.parametrize("state, count", [
     (None, 0), ({}, 0), ({"count": 37}, 37), ({"count": "37"}, 37), ({"count": "abc"}, 0), ({"count": None}, 0),
-    ({"window": 5}, 0), ({"count": 2.9}, 2), (["count"], 0), ("payload", 0),
+    ({"window": 5}, 0), ({"count": 2.9}, 2), ({"count": 2.5}, 2), (["count"], 0), ("payload", 0),
+    ({"count": 10**20}, 10**20), ({"count": -10**30}, -10**30),
 ])
 def test_warmup_count_for_instance(state, count):
     assert ee._get_warmup_count_for_instance(SimpleNamespace(get_state=lambda: state)) == count

@@ -17,8 +17,8 @@ void export_context(nb::module_& m) {
     export_universe_error(m);
     m.def("_validate_evaluation_shapes", &validate_evaluation_shapes, "features"_a.none(), "universe"_a.none(),
           "useful_signals"_a.none());
-    m.def("_attach_stage_data_feature_leaves", &attach_stage_data_feature_leaves, "graph"_a, "context"_a);
-    m.def("_resolve_stage_option", &resolve_stage_option, "context"_a, "stage"_a);
+    m.def("_attach_stage_data_feature_leaves", &attach_stage_data_feature_leaves, "graph"_a.none(), "context"_a.none());
+    m.def("_resolve_stage_option", &resolve_stage_option, "context"_a.none(), "stage"_a.none());
 }
 
 }  // namespace qm

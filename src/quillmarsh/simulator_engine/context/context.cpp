@@ -18,8 +18,11 @@ nb::object or_default(nb::handle value, nb::object fallback) {
     return value.is_none() ? fallback : nb::borrow(value);
 }
 
+// Absent features count as none: evaluate then reports that no features were provided.
+Py_ssize_t feature_count(nb::handle features) { return features.is_none() ? 0 : length_of(features); }
+
 void validate_feature_index(nb::handle feature_index, nb::handle features) {
-    Py_ssize_t count = length_of(features);
+    Py_ssize_t count = feature_count(features);
     nb::int_ zero(0), bound(count);
     for (nb::handle item : feature_index.attr("items")()) {
         nb::handle idx = item[1];
@@ -28,6 +31,14 @@ void validate_feature_index(nb::handle feature_index, nb::handle features) {
                         msg::feature_index_out_of_bounds(text_of(item[0]), text_of(idx), count));
         }
     }
+}
+
+nb::object feature_index_or_default(nb::handle feature_index) {
+    if (feature_index.is_none()) return nb::dict();
+    if (!has_attr(feature_index, "items")) {
+        raise_error(host().SchemaError, msg::feature_index_type(type_name_of(feature_index)));
+    }
+    return nb::borrow(feature_index);
 }
 
 nb::object stage_data_or_default(nb::handle stage_data) {
@@ -44,7 +55,7 @@ void init_context(nb::handle self, nb::handle features, nb::handle feature_index
                   nb::handle function_states, nb::handle universe_mask, nb::handle current_day_index,
                   nb::handle pool_id, nb::handle universe_tag, nb::handle transforms_already_combined,
                   nb::handle validate_inputs) {
-    self.attr("feature_index") = feature_index;
+    self.attr("feature_index") = feature_index_or_default(feature_index);
     self.attr("useful_signals") = or_default(useful_signals, nb::dict());
     self.attr("registry") = registry;
     self.attr("universe") = universe;
@@ -74,10 +85,10 @@ void init_context(nb::handle self, nb::handle features, nb::handle feature_index
 
     nb::object signals = self.attr("useful_signals");
     if (validate) {
-        validate_feature_index(feature_index, features);
+        validate_feature_index(self.attr("feature_index"), features);
         validate_evaluation_shapes(features, universe, signals);
     }
-    if (!is_none_or_empty(signals) && length_of(features) > 0) {
+    if (!is_none_or_empty(signals) && feature_count(features) > 0) {
         nb::object first = features[0];
         std::int64_t n_alloc = nb::cast<std::int64_t>(nb::tuple(first.attr("shape"))[1]);
         self.attr("extraction_buffer") = zeros_float64({static_cast<std::int64_t>(length_of(signals)), n_alloc});
@@ -104,12 +115,12 @@ void export_context_type(nb::module_& m) {
     nb::dict ns;
     ns["__doc__"] = "Stores inputs, validates dimensions, allocates extraction buffer.";
     ns["__init__"] = method(
-        "__init__", &init_context, "self"_a, "features"_a, "feature_index"_a, "useful_signals"_a = nb::none(),
+        "__init__", &init_context, "self"_a, "features"_a.none(), "feature_index"_a.none(), "useful_signals"_a = nb::none(),
         "registry"_a = nb::none(), "universe"_a = nb::none(), "metaparameters"_a = nb::none(),
         "transform_pipeline"_a = nb::none(), "stage_data"_a = nb::none(), "column_labels"_a = nb::none(),
         "signal_pnl_vectors"_a = nb::none(), "function_states"_a = nb::none(), "universe_mask"_a = nb::none(),
-        "current_day_index"_a = 0, "pool_id"_a = nb::none(), "universe_tag"_a = nb::none(),
-        "transforms_already_combined"_a = false, "validate_inputs"_a = true);
+        "current_day_index"_a.none() = 0, "pool_id"_a = nb::none(), "universe_tag"_a = nb::none(),
+        "transforms_already_combined"_a.none() = false, "validate_inputs"_a.none() = true);
     ns["__getstate__"] = method("__getstate__", &get_state, "self"_a);
     ns["__setstate__"] = method("__setstate__", &set_state, "self"_a, "state"_a);
     host_mut().EvaluationContext = make_class("EvaluationContext", reinterpret_cast<PyObject*>(&PyBaseObject_Type), ns);

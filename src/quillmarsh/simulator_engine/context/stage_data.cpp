@@ -9,9 +9,11 @@ namespace qm {
 void attach_stage_data_feature_leaves(nb::handle graph, nb::handle context) {
     nb::object stage_data = context.attr("stage_data");
     if (truthy(stage_data.attr("is_empty")())) return;
-    nb::list names = nb::list(host().extract_feature_leaf_names(graph));
+    nb::list names = list_of(host().extract_feature_leaf_names(graph));
     names.sort();
-    nb::list features(context.attr("features"));
+    // A new list: the caller's features object (list or tuple) is never changed.
+    nb::object loaded = context.attr("features");
+    nb::list features = loaded.is_none() ? nb::list() : list_of(loaded);
     nb::object feature_index = context.attr("feature_index");
     for (nb::handle name : names) {
         if (contains(feature_index, name)) continue;

@@ -1,12 +1,13 @@
 // Cold start: a restored stateful reduction whose saved window is not yet full
 // is replayed the last rows of the current data before row 0 is evaluated,
-// so that it starts the evaluation with a full window.
-#include <algorithm>
-
+// so that it starts the evaluation with a full window. The saved "count" and
+// "window" are read with int(), as warm-up accounting reads the count, and
+// compared as exact integers.
 #include "evaluator/extraction.hpp"
 #include "evaluator/preparation.hpp"
 #include "host/arrays.hpp"
 #include "host/pyutil.hpp"
+#include "warmup/warmup.hpp"
 
 using namespace nb::literals;
 
@@ -14,10 +15,17 @@ namespace qm {
 
 namespace {
 
-long long as_long_long(nb::handle value) {
-    long long out = PyLong_AsLongLong(value.ptr());
-    if (out == -1 && PyErr_Occurred()) throw nb::python_error();
-    return out;
+// int() of the saved "window" (the instance's own window when the payload has
+// none); None when it is not a number, and the instance is then not topped up.
+nb::object saved_window(nb::handle payload, nb::handle instance) {
+    nb::object window = has_attr(payload, "get") && contains(payload, nb::str("window")) ? nb::object(payload["window"])
+                                                                                       : instance.attr("window");
+    try {
+        return nb::int_(window);
+    } catch (nb::python_error& err) {
+        if (err.matches(PyExc_TypeError) || err.matches(PyExc_ValueError)) return nb::none();
+        throw;
+    }
 }
 
 // The PnL column read during the replay: the configured one, else "gross_returns";
@@ -61,9 +69,8 @@ void replay_tail(GeneralEvaluation& ev, nb::handle path, nb::handle instance, nb
     nb::object record = ev.tables.reduction_nodes[path];
     std::int64_t column = replay_column(ev.context, record["config"]);
     nb::object ids = replay_signal_ids(ev, record);
-    nb::object start = nb::int_(ev.T) - nb::borrow(rows_needed);
-    const long long tail_start = std::max(as_long_long(start), 0LL);
-    for (long long t = tail_start; t < ev.T; ++t) replay_row(ev, instance, ids, column, t);
+    const std::int64_t tail_start = rows_within(nb::int_(ev.T) - nb::borrow(rows_needed), ev.T);
+    for (std::int64_t t = tail_start; t < ev.T; ++t) replay_row(ev, instance, ids, column, t);
 }
 
 }  // namespace
@@ -76,9 +83,9 @@ void prefill_cold_start(GeneralEvaluation& ev) {
         if (!contains(function_states, key)) continue;
         nb::object payload = function_states[key].attr("data");
         if (is_none_or_empty(payload)) continue;
-        nb::object count = payload.attr("get")("count", 0);
-        nb::object window = contains(payload, nb::str("window")) ? nb::object(payload["window"]) : instance.attr("window");
-        if (!compare(count, window, Py_LT)) continue;
+        nb::object count = saved_count(payload);
+        nb::object window = saved_window(payload, instance);
+        if (window.is_none() || !compare(count, window, Py_LT)) continue;
         replay_tail(ev, path, instance, window - count);
     }
 }

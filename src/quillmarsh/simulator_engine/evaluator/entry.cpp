@@ -91,7 +91,7 @@ nb::object evaluate_unlocked(nb::handle graph_in, nb::handle context, const Eval
     }
     attach_stage_data_feature_leaves(graph, context);
     nb::object features = context.attr("features");
-    if (length_of(features) == 0) raise_error(host().EvaluationError, msg::no_features());
+    if (features.is_none() || length_of(features) == 0) raise_error(host().EvaluationError, msg::no_features());
     nb::object shape = features[0].attr("shape");
     const std::int64_t T = index_value(shape[0]);
     const std::int64_t N = index_value(shape[1]);

@@ -42,8 +42,8 @@ struct GeneralEvaluation {
     nb::object local_extraction_buffer;  // None, or (A, N) float64 weight rows of the current signals
     nb::object node_outputs;             // None, or identity -> (T, N) float64
 
-    long long total_root_warmup_rows = 0;
-    long long root_warmup_rows = 0;  // leading output rows blanked after the loop
+    nb::object total_root_warmup_rows;  // Python int: the graph's warm-up, any size
+    std::int64_t root_warmup_rows = 0;  // leading output rows blanked after the loop, at most T
 };
 
 // Instances report themselves stateful through a true `stateful` attribute.

@@ -28,10 +28,9 @@ void prepare(GeneralEvaluation& ev) {
 void finish_rows(GeneralEvaluation& ev) {
     ev.context.attr("registers") = ev.local_registers;
     if (!ev.local_extraction_buffer.is_none()) ev.context.attr("extraction_buffer") = ev.local_extraction_buffer;
-    const long long blank_rows = std::min<long long>(ev.root_warmup_rows, ev.T);
-    if (blank_rows <= 0) return;
+    if (ev.root_warmup_rows == 0) return;
     double* output = float64_data(ev.output_weights);
-    std::fill(output, output + blank_rows * ev.N, NAN);
+    std::fill(output, output + ev.root_warmup_rows * ev.N, NAN);
 }
 
 }  // namespace

@@ -16,10 +16,10 @@ void assign_registers(GeneralEvaluation& ev) {
 }
 
 // With an absent registry every graph has 0 warm-up rows.
-long long graph_warmup_rows(const GeneralEvaluation& ev) {
-    if (!is_none_or_empty(ev.tables.bound_instances)) return 0;
+nb::object graph_warmup_rows(const GeneralEvaluation& ev) {
+    if (!is_none_or_empty(ev.tables.bound_instances)) return nb::int_(0);
     nb::object registry = getattr_or_none(ev.context, "registry");
-    if (registry.is_none()) return 0;
+    if (registry.is_none()) return nb::int_(0);
     return compute_graph_warmup_rows(ev.graph, registry, "root");
 }
 
@@ -41,7 +41,7 @@ void allocate_evaluation(GeneralEvaluation& ev) {
     assign_registers(ev);
     ev.context.attr("registers") = zeros_float64({ev.next_reg, ev.N});
     ev.total_root_warmup_rows = graph_warmup_rows(ev);
-    ev.root_warmup_rows = ev.total_root_warmup_rows;
+    ev.root_warmup_rows = rows_within(ev.total_root_warmup_rows, ev.T);
     ev.filtration = FiltrationTables{nb::dict(), ev.tables.filtration_nodes, ev.context};
     ev.output_weights = zeros_float64({ev.T, ev.N});
     ev.local_registers = zeros_float64({ev.next_reg, ev.N});

@@ -66,11 +66,11 @@ void export_result_type(nb::module_& m) {
     nb::dict ns;
     ns["__doc__"] = "Weights of one evaluation with its states; unpacks as (weights, states).";
     ns["__slots__"] = nb::make_tuple("weights", "states", "nan_source", "node_outputs");
-    ns["__init__"] = method("__init__", &init_result, "self"_a, "weights"_a, "states"_a, "nan_source"_a = nb::none(),
+    ns["__init__"] = method("__init__", &init_result, "self"_a, "weights"_a.none(), "states"_a.none(), "nan_source"_a = nb::none(),
                             "node_outputs"_a = nb::none());
     ns["__iter__"] = method("__iter__", [](nb::handle self) { return nb::iter(as_pair(self)); }, "self"_a);
     ns["__len__"] = method("__len__", [](nb::handle) { return 2; }, "self"_a);
-    ns["__getitem__"] = method("__getitem__", &item_of, "self"_a, "index"_a);
+    ns["__getitem__"] = method("__getitem__", &item_of, "self"_a, "index"_a.none());
     ns["__array__"] = method("__array__", &array_of, "self"_a, "dtype"_a = nb::none(), "copy"_a = nb::none());
     ns["__getattr__"] = method("__getattr__", &forward_attribute, "self"_a, "name"_a);
     ns["__repr__"] = method("__repr__", &result_repr, "self"_a);

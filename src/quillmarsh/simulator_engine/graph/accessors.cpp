@@ -40,11 +40,13 @@ nb::object graph_children(nb::handle node) {
     return nb::list();
 }
 
-nb::dict graph_config_dict(nb::handle node) {
+nb::dict graph_config_dict(nb::handle node, const std::string& path) {
     require_graph_node_instance(node, "config");
     nb::object config = getattr_or_none(node, "config");
     nb::dict out;
-    if (!config.is_none()) out.update(config);
+    if (config.is_none()) return out;
+    if (!has_attr(config, "keys")) raise_error(host().SchemaError, msg::graph_config_type(path, type_name_of(config)));
+    out.update(config);
     return out;
 }
 

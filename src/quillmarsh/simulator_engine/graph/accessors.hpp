@@ -24,8 +24,9 @@ nb::object require_graph_node_value(nb::handle node, const std::string& path);
 // The node's children sequence when non-empty, otherwise a new empty list.
 nb::object graph_children(nb::handle node);
 
-// A shallow copy of the node's config, or a new empty dict.
-nb::dict graph_config_dict(nb::handle node);
+// A shallow copy of the node's config, or a new empty dict; a config that is
+// not a map is a SchemaError naming the node's `path`.
+nb::dict graph_config_dict(nb::handle node, const std::string& path = "config");
 
 // Cache slots: read (None when missing) and write (dropped when refused).
 nb::object graph_cache_get(nb::handle graph, const char* key);

@@ -75,7 +75,7 @@ void reject_unknown(const Names& unknown, nb::handle name, const std::string& pa
 }
 
 void preflight_function_node(nb::handle registry, nb::handle node, nb::handle nval, const std::string& path) {
-    nb::dict config = graph_config_dict(node);
+    nb::dict config = graph_config_dict(node, path);
     reject_engine_only(config, nval, path);
     if (!registry_has(registry, nval)) return;
     nb::object entry = registry.attr("get_entry")(nval);

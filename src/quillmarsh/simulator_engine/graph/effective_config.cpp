@@ -39,7 +39,7 @@ nb::list schema_config_names(nb::handle registry, nb::handle function_name) {
 
 EffectiveConfig effective_config(nb::handle registry, nb::handle node, nb::handle function_name,
                                  const std::string& path) {
-    EffectiveConfig out{graph_config_dict(node), nb::set()};
+    EffectiveConfig out{graph_config_dict(node, path), nb::set()};
     nb::list names = schema_config_names(registry, function_name);
     const size_t name_count = nb::len(names);
     size_t next_name = 0;

@@ -25,7 +25,9 @@ void raise_error_from(nb::handle cls, const std::string& message, const nb::pyth
 }
 
 bool error_is(const nb::python_error& err, nb::handle cls) {
-    return PyObject_IsInstance(err.value().ptr(), cls.ptr()) == 1;
+    int r = PyObject_IsInstance(err.value().ptr(), cls.ptr());
+    if (r < 0) throw nb::python_error();  // never leave the check's own error set
+    return r == 1;
 }
 
 }  // namespace qm

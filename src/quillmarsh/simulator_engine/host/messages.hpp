@@ -23,10 +23,16 @@ inline std::string graph_node_type(const std::string& path, const std::string& t
 inline std::string graph_missing_key(const std::string& path, const std::string& key) {
     return "Graph node '" + path + "' missing required key: " + key;
 }
+inline std::string graph_config_type(const std::string& path, const std::string& type_name) {
+    return "Graph node '" + path + "' config must be a map or None; got " + type_name;
+}
 
 // Context construction and input shapes.
 inline std::string stage_data_type(const std::string& type_name) {
     return "EvaluationContext.stage_data must be StageData or None; got " + type_name;
+}
+inline std::string feature_index_type(const std::string& type_name) {
+    return "EvaluationContext.feature_index must be a map of feature name to position, or None; got " + type_name;
 }
 inline std::string feature_index_out_of_bounds(const std::string& name, const std::string& idx, long long count) {
     return "feature_index['" + name + "'] = " + idx + " is out of bounds for " + std::to_string(count) + " features";
@@ -57,11 +63,6 @@ inline std::string config_unknown(const std::string& name, const std::string& pa
 }
 inline std::string config_missing(const std::string& name, const std::string& path, const std::string& joined) {
     return "Function '" + name + "' at node '" + path + "' config missing required parameter(s): " + joined;
-}
-
-// Warm-up accounting.
-inline std::string warmup_rows_overflow(const std::string& path) {
-    return "Warm-up row count of graph node '" + path + "' does not fit a 64-bit integer";
 }
 
 // Filtration weight extraction.

@@ -76,6 +76,14 @@ bool compare(nb::handle a, nb::handle b, int op) {
     return r == 1;
 }
 
+nb::object larger(nb::handle a, nb::handle b) { return nb::borrow(compare(b, a, Py_GT) ? b : a); }
+
+std::int64_t rows_within(nb::handle rows, std::int64_t limit) {
+    if (!compare(rows, nb::int_(0), Py_GT)) return 0;
+    if (!compare(rows, nb::int_(limit), Py_LT)) return limit;
+    return nb::cast<std::int64_t>(rows);
+}
+
 nb::object frozenset_of(std::initializer_list<const char*> names) {
     nb::list items;
     for (const char* name : names) items.append(nb::str(name));

@@ -1,6 +1,7 @@
 // Small helpers over the Python object protocol, shared by every subsystem.
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 #include <string>
 
@@ -47,6 +48,12 @@ nb::set set_of(nb::handle iterable);
 
 // The rich comparison `a op b` (op one of Py_LT, Py_EQ, ...) as a bool; errors propagate.
 bool compare(nb::handle a, nb::handle b, int op);
+
+// max(a, b) of two comparable objects (a when they are equal); errors propagate.
+nb::object larger(nb::handle a, nb::handle b);
+
+// A Python int of rows clamped to [0, limit] as a C++ integer.
+std::int64_t rows_within(nb::handle rows, std::int64_t limit);
 
 // A new frozenset of the given strings.
 nb::object frozenset_of(std::initializer_list<const char*> names);
