@@ -1,0 +1,81 @@
+"""200 signals on the 2,520 x 500 synthetic market: serially in this process, then on a local
+Dask cluster of 2 worker processes, each run writing the weights into a scratch folder.
+
+Prints both wall times and their ratio (goal: >= 1.7 on 2 cores), and the scheduling overhead:
+the cluster's wall time not spent inside a task on its busiest worker (scattering the market,
+submitting, collecting results, idle ends), as a share of the serial time (goal: < 5%).
+Starting the cluster is timed apart and left out of both.
+Run: .venv/bin/python bench/bench_batch_cluster.py
+"""
+from __future__ import annotations
+
+import tempfile
+import time
+from collections import defaultdict
+from pathlib import Path
+
+import numpy as np
+
+from quillmarsh.batch.many import as_signals
+from quillmarsh.batch.runner import run_outcomes
+from quillmarsh.cli.market import synthetic_market
+
+DAYS, ASSETS, WORKERS = 2520, 500, 2
+
+
+def signals() -> list[str]:
+    """Five families of 40 signals over the built-in operators, one per lookback."""
+    lookbacks = range(2, 42)
+    return ([f"rank(mean(returns, {k}))" for k in lookbacks]
+            + [f"zscore(mean(returns, 5), {10 + 5 * k})" for k in lookbacks]
+            + [f"rank(close) * rank(mean(volume, {k}))" for k in lookbacks]
+            + [f"scale(demean(rank(mean(returns, {k}))), 1.0)" for k in lookbacks]
+            + [f"demean(zscore(volume, {5 * k}))" for k in lookbacks])
+
+
+def timed_run(batch, market, client=None):
+    """(wall seconds, outcomes in catalogue order)."""
+    with tempfile.TemporaryDirectory() as folder:
+        started = time.perf_counter()
+        outcomes = dict(run_outcomes(batch, market, client, Path(folder)))
+        return time.perf_counter() - started, [outcomes[i] for i in range(len(batch))]
+
+
+def busiest_worker_seconds(task_stream) -> float:
+    busy = defaultdict(float)
+    for task in task_stream:
+        for interval in task["startstops"]:
+            if interval["action"] == "compute":
+                busy[task["worker"]] += interval["stop"] - interval["start"]
+    return max(busy.values())
+
+
+def same_results(serial, parallel) -> bool:
+    def measures(outcome):
+        return {key: value for key, value in outcome.row.items() if key != "seconds"}
+    return all(str(measures(a)) == str(measures(b)) and np.array_equal(a.pnl, b.pnl, equal_nan=True)
+               for a, b in zip(serial, parallel))
+
+
+def main() -> None:
+    from distributed import Client, LocalCluster, get_task_stream
+
+    market = synthetic_market(DAYS, ASSETS)
+    batch = as_signals(signals())
+    serial_seconds, serial = timed_run(batch, market)
+    print(f"{len(batch)} signals on {DAYS} x {ASSETS}: serial {serial_seconds:.2f}s")
+    started = time.perf_counter()
+    with LocalCluster(n_workers=WORKERS, threads_per_worker=1, processes=True,
+                      dashboard_address=None) as cluster, Client(cluster) as client:
+        print(f"cluster of {WORKERS} workers started in {time.perf_counter() - started:.2f}s")
+        with get_task_stream(client) as stream:
+            cluster_seconds, parallel = timed_run(batch, market, client)
+        overhead = cluster_seconds - busiest_worker_seconds(stream.data)
+    print(f"{WORKERS} workers: {cluster_seconds:.2f}s; speed-up {serial_seconds / cluster_seconds:.2f}x "
+          f"(goal >= 1.7)")
+    print(f"scheduling overhead: {overhead:.2f}s = {overhead / serial_seconds:.1%} of serial (goal < 5%)")
+    print(f"same summaries and PnL as the serial run: {'yes' if same_results(serial, parallel) else 'NO'}")
+
+
+if __name__ == "__main__":
+    main()

@@ -1,0 +1,100 @@
+"""Catalogues of signals to evaluate together.
+
+A text catalogue holds one expression per line, optionally named (`momentum_20: zscore(mean(returns,
+20), 60)`); `#` starts a comment, blank lines are skipped, and an unnamed line is called `line<N>`.
+A `.json` catalogue is the examples' form: {"examples": [{"name": ..., "file": ...}, ...]} with files
+relative to the catalogue, or entries carrying their text as "expression" instead of "file".
+Mistakes name the line (text) or the entry (JSON) they are in.
+"""
+from __future__ import annotations
+
+import json
+import re
+from dataclasses import dataclass
+from pathlib import Path
+from typing import Any
+
+from quillmarsh.cli.errors import UserError
+from quillmarsh.cli.graph_source import load_graph
+from quillmarsh.cli.text_form import parse_expression
+from quillmarsh.simulator_engine._types import FunctionGraphNode
+
+# A name is safe as a file name: it becomes the name of the signal's weights file.
+_NAMED_LINE = re.compile(r"\s*([A-Za-z_][\w.\-]*)\s*:(?!\s*$)(.*)")
+_NAME = re.compile(r"[A-Za-z_][\w.\-]*")
+
+
+@dataclass
+class Signal:
+    name: str
+    graph: FunctionGraphNode
+
+
+def read_catalogue(path: Path, registry: Any) -> list[Signal]:
+    """The signals of a text or `.json` catalogue, in file order."""
+    text = _read(path)
+    signals = _json_signals(text, path, registry) if path.suffix == ".json" else \
+        text_signals(text, registry, str(path))
+    if not signals:
+        raise UserError(f"catalogue {path} holds no signal")
+    return signals
+
+
+def text_signals(text: str, registry: Any, source: str) -> list[Signal]:
+    signals: list[Signal] = []
+    seen: dict[str, int] = {}
+    for number, line in enumerate(text.splitlines(), start=1):
+        content = line.split("#", 1)[0]
+        if not content.strip():
+            continue
+        named = _NAMED_LINE.match(content)
+        name, expression = (named.group(1), named.group(2)) if named else (f"line{number}", content)
+        if name in seen:
+            raise UserError(f"{source} line {number}: the name '{name}' is already used on "
+                            f"line {seen[name]}")
+        seen[name] = number
+        try:
+            graph = parse_expression(expression, registry)
+        except UserError as error:
+            raise UserError(f"{source} line {number}: {error}") from None
+        signals.append(Signal(name, graph))
+    return signals
+
+
+def _json_signals(text: str, path: Path, registry: Any) -> list[Signal]:
+    try:
+        document = json.loads(text)
+    except json.JSONDecodeError as error:
+        raise UserError(f"{path} line {error.lineno}: {error.msg}") from None
+    entries = document.get("examples") if isinstance(document, dict) else None
+    if not isinstance(entries, list):
+        raise UserError(f"{path}: expected {{\"examples\": [{{\"name\": ..., \"file\": ...}}, ...]}}")
+    signals: list[Signal] = []
+    for number, entry in enumerate(entries, start=1):
+        try:
+            signals.append(_json_signal(entry, path.parent, registry))
+        except UserError as error:
+            raise UserError(f"{path} entry {number}: {error}") from None
+    names = [signal.name for signal in signals]
+    duplicates = sorted({name for name in names if names.count(name) > 1})
+    if duplicates:
+        raise UserError(f"{path}: the name '{duplicates[0]}' is used by more than one entry")
+    return signals
+
+
+def _json_signal(entry: Any, folder: Path, registry: Any) -> Signal:
+    if not isinstance(entry, dict) or not isinstance(entry.get("name"), str):
+        raise UserError("each entry needs a \"name\" string")
+    name = entry["name"]
+    if "expression" in entry:
+        return Signal(name, parse_expression(str(entry["expression"]), registry))
+    if not isinstance(entry.get("file"), str):
+        raise UserError(f"'{name}' needs a \"file\" or an \"expression\"")
+    return Signal(name, load_graph(str(folder / entry["file"]), registry))
+
+
+def _read(path: Path) -> str:
+    try:
+        return path.read_text(encoding="utf-8")
+    except OSError as error:
+        raise UserError(f"cannot read the catalogue {path}: {error.strerror}") from None

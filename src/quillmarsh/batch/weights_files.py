@@ -1,0 +1,29 @@
+"""Weights written where they are computed: one `.npy` file per signal in an output folder.
+
+On a cluster the folder must be reachable under the same path from every worker (a shared file
+system), which saves sending every weights matrix back to the client.
+"""
+from __future__ import annotations
+
+import re
+from pathlib import Path
+
+from quillmarsh.cli.atomic_write import write_npy
+
+from quillmarsh.batch.evaluation import Outcome
+
+_UNSAFE_IN_FILE_NAMES = re.compile(r"[^\w.\-]+")
+
+
+def weights_file_name(name: str) -> str:
+    """The signal's name with characters unsafe in file names replaced by '_', plus `.npy`."""
+    return _UNSAFE_IN_FILE_NAMES.sub("_", name) + ".npy"
+
+
+def stored(outcome: Outcome, folder: Path) -> Outcome:
+    """The outcome with its weights written to `folder` and replaced by the file's path."""
+    if outcome.weights is None:
+        return outcome
+    path = folder / weights_file_name(outcome.row["name"])
+    write_npy(path, outcome.weights)
+    return Outcome(outcome.row, None, outcome.pnl, path)
