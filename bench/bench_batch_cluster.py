@@ -41,13 +41,14 @@ def timed_run(batch, market, client=None):
         return time.perf_counter() - started, [outcomes[i] for i in range(len(batch))]
 
 
-def busiest_worker_seconds(task_stream) -> float:
+def busy_seconds(task_stream) -> dict[str, float]:
+    """Seconds each worker spent computing tasks."""
     busy = defaultdict(float)
     for task in task_stream:
         for interval in task["startstops"]:
             if interval["action"] == "compute":
                 busy[task["worker"]] += interval["stop"] - interval["start"]
-    return max(busy.values())
+    return busy
 
 
 def same_results(serial, parallel) -> bool:
@@ -66,13 +67,16 @@ def main() -> None:
     print(f"{len(batch)} signals on {DAYS} x {ASSETS}: serial {serial_seconds:.2f}s")
     started = time.perf_counter()
     with LocalCluster(n_workers=WORKERS, threads_per_worker=1, processes=True,
-                      dashboard_address=None) as cluster, Client(cluster) as client:
+                      dashboard_address=":0") as cluster, Client(cluster) as client:
         print(f"cluster of {WORKERS} workers started in {time.perf_counter() - started:.2f}s")
         with get_task_stream(client) as stream:
             cluster_seconds, parallel = timed_run(batch, market, client)
-        overhead = cluster_seconds - busiest_worker_seconds(stream.data)
+        busy = busy_seconds(stream.data)
+    overhead = cluster_seconds - max(busy.values())
     print(f"{WORKERS} workers: {cluster_seconds:.2f}s; speed-up {serial_seconds / cluster_seconds:.2f}x "
           f"(goal >= 1.7)")
+    print(f"time inside tasks, all workers: {sum(busy.values()):.2f}s (serial {serial_seconds:.2f}s; "
+          f"more means the workers ran slower than the serial run, e.g. on busy cores)")
     print(f"scheduling overhead: {overhead:.2f}s = {overhead / serial_seconds:.1%} of serial (goal < 5%)")
     print(f"same summaries and PnL as the serial run: {'yes' if same_results(serial, parallel) else 'NO'}")
 

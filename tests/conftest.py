@@ -1,9 +1,21 @@
 """Shared test configuration: hypothesis profiles chosen by HYPOTHESIS_PROFILE."""
 import os
 
+import pytest
 from hypothesis import Verbosity, settings
 
 settings.register_profile("dev", max_examples=50, deadline=None)
 settings.register_profile("ci", max_examples=200, deadline=None)
 settings.register_profile("debug", max_examples=50, deadline=None, verbosity=Verbosity.verbose)
 settings.load_profile(os.environ.get("HYPOTHESIS_PROFILE", "dev"))
+
+
+@pytest.fixture(scope="session")
+def dask_client():
+    """A client of a local Dask cluster of 2 single-threaded worker processes, shared by the
+    tests that run batches on a cluster; skipped when Dask is not installed."""
+    distributed = pytest.importorskip("distributed")
+    with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True,
+                                  dashboard_address=":0") as cluster, \
+            distributed.Client(cluster) as client:
+        yield client

@@ -59,8 +59,9 @@ def ic_summary(daily: np.ndarray) -> InformationCoefficient:
     if known.size < 2:
         return InformationCoefficient(float(known.mean()) if known.size else float("nan"),
                                       float("nan"), int(known.size))
-    spread = known.std(ddof=1)
-    t_stat = known.mean() / spread * np.sqrt(known.size) if spread > 0 else float("nan")
+    if known.min() == known.max():  # no spread; std() would give rounding noise, not 0
+        return InformationCoefficient(float(known[0]), float("nan"), int(known.size))
+    t_stat = known.mean() / known.std(ddof=1) * np.sqrt(known.size)
     return InformationCoefficient(float(known.mean()), float(t_stat), int(known.size))
 
 

@@ -24,7 +24,9 @@ def correlation_matrix(series: list[np.ndarray]) -> np.ndarray:
     norms = np.sqrt((centred ** 2).sum(axis=1))
     scaled = np.divide(centred, norms[:, None], out=np.full_like(centred, np.nan),
                        where=norms[:, None] > 0)
-    return np.clip(scaled @ scaled.T, -1.0, 1.0)
+    matrix = np.clip(scaled @ scaled.T, -1.0, 1.0)
+    matrix[np.diag_indices_from(matrix)] = np.where(norms > 0, 1.0, np.nan)  # exact, not rounded
+    return matrix
 
 
 def correlation_rows(names: list[str], matrix: np.ndarray) -> list[dict[str, Any]]:

@@ -23,7 +23,7 @@ def batch_client(workers: int | None, scheduler: str | None) -> Iterator[Any]:
             yield client
         return
     with distributed.LocalCluster(n_workers=workers, threads_per_worker=1, processes=True,
-                                  dashboard_address=None) as cluster, \
+                                  dashboard_address=":0") as cluster, \
             distributed.Client(cluster) as client:
         yield client
 
