@@ -7,18 +7,10 @@ import pytest
 
 from quillmarsh.batch import Signal, evaluate_many
 from quillmarsh.batch import evaluation as batch_evaluation
-from quillmarsh.cli.engine_context import build_context
-from quillmarsh.cli.evaluation import evaluate_graph
 from quillmarsh.cli.text_form import parse_expression
 from quillmarsh.functions.registry import default_registry
 
-from tests.batch.conftest import SIGNALS
-
-
-def alone(expression: str, market) -> np.ndarray:
-    registry = default_registry()
-    graph = parse_expression(expression, registry)
-    return np.asarray(evaluate_graph(graph, build_context(market, registry)).weights)
+from tests.batch.conftest import SIGNALS, weights_alone
 
 
 def test_each_signal_gets_the_weights_it_gets_alone_and_its_row_in_order(small_market):
@@ -26,7 +18,7 @@ def test_each_signal_gets_the_weights_it_gets_alone_and_its_row_in_order(small_m
     assert list(result.summary["name"]) == list(SIGNALS)
     assert set(result.weights) == set(SIGNALS) - {"broken"}
     for name, weights in result.weights.items():
-        assert np.array_equal(weights, alone(SIGNALS[name], small_market), equal_nan=True), name
+        assert np.array_equal(weights, weights_alone(SIGNALS[name], small_market), equal_nan=True), name
     broken = result.summary.set_index("name").loc["broken"]
     assert "unknown feature 'nosuch'" in broken["error"] and np.isnan(broken["sharpe"])
     assert (result.summary.drop(index=3)["error"] == "").all()

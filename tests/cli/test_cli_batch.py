@@ -6,11 +6,9 @@ import sys
 import numpy as np
 import pytest
 
-from quillmarsh.cli.engine_context import build_context
-from quillmarsh.cli.evaluation import evaluate_graph
 from quillmarsh.cli.market_data import MarketData
-from quillmarsh.cli.text_form import parse_expression
-from quillmarsh.functions.registry import default_registry
+
+from tests.batch.conftest import weights_alone
 
 CATALOGUE = """# signals of the batch tests
 mom: rank(mean(returns, 3))
@@ -27,13 +25,6 @@ def read_csv(path) -> list[dict]:
         return list(csv.DictReader(stream))
 
 
-def alone(expression: str, arrays: dict) -> np.ndarray:
-    registry = default_registry()
-    features = {name: values for name, values in arrays.items() if name != "universe"}
-    context = build_context(MarketData(features, arrays["universe"]), registry)
-    return np.asarray(evaluate_graph(parse_expression(expression, registry), context).weights)
-
-
 @pytest.fixture
 def catalogue(tmp_path):
     (tmp_path / "signals.txt").write_text(CATALOGUE)
@@ -43,9 +34,9 @@ def catalogue(tmp_path):
 def test_batch_writes_weights_summary_and_correlation(quillmarsh, tmp_path, catalogue, market_file, arrays):
     completed = quillmarsh("batch", catalogue, "--data", market_file, "--out", "out", "--plot")
     assert completed.returncode == 1, completed.stderr
-    out = tmp_path / "out"
+    out, market = tmp_path / "out", MarketData({k: v for k, v in arrays.items() if k != "universe"}, arrays["universe"])
     for name, expression in EVALUATED.items():
-        assert np.array_equal(np.load(out / f"{name}.npy"), alone(expression, arrays), equal_nan=True)
+        assert np.array_equal(np.load(out / f"{name}.npy"), weights_alone(expression, market), equal_nan=True)
     assert not (out / "broken.npy").exists()
     summary = read_csv(out / "summary.csv")
     assert [row["name"] for row in summary] == ["mom", "line3", "broken", "pair"]
@@ -81,18 +72,17 @@ def test_batch_on_a_cluster_writes_what_the_serial_run_writes(quillmarsh, tmp_pa
     assert (serial / "pnl_correlation.csv").read_bytes() == (cluster / "pnl_correlation.csv").read_bytes()
 
 
-@pytest.mark.parametrize("catalogue_text, extra, message", [
-    ("rank(close)\nrank(close(\n", (), "signals.txt line 2: syntax error at column"),
-    ("a b: rank(close)\n", (), "signals.txt line 1: syntax error"),
-    ("rank(close)\n", ("--data", "missing.npz"), "data file missing.npz does not exist"),
-    (None, (), "cannot read the catalogue signals.txt"),
+@pytest.mark.parametrize("catalogue_text, data, message", [
+    ("rank(close)\nrank(close(\n", None, "signals.txt line 2: syntax error at column"),
+    ("a b: rank(close)\n", None, "signals.txt line 1: syntax error"),
+    ("rank(close)\n", "missing.npz", "data file missing.npz does not exist"),
+    (None, None, "cannot read the catalogue signals.txt"),
 ])
 def test_mistakes_are_one_line_with_status_2(quillmarsh, user_error, tmp_path, market_file, catalogue_text,
-                                             extra, message):
+                                             data, message):
     if catalogue_text is not None:
         (tmp_path / "signals.txt").write_text(catalogue_text)
-    options = {"--data": str(market_file), "--out": "out", **dict(zip(extra[::2], extra[1::2]))}
-    user_error(quillmarsh("batch", "signals.txt", *[item for pair in options.items() for item in pair]), message)
+    user_error(quillmarsh("batch", "signals.txt", "--data", data or market_file, "--out", "out"), message)
 
 
 def test_names_that_would_share_a_weights_file_are_refused(quillmarsh, user_error, tmp_path, market_file):

@@ -21,7 +21,6 @@ from quillmarsh.simulator_engine._types import FunctionGraphNode
 
 # A name is safe as a file name: it becomes the name of the signal's weights file.
 _NAMED_LINE = re.compile(r"\s*([A-Za-z_][\w.\-]*)\s*:(?!\s*$)(.*)")
-_NAME = re.compile(r"[A-Za-z_][\w.\-]*")
 
 
 @dataclass
@@ -48,7 +47,9 @@ def text_signals(text: str, registry: Any, source: str) -> list[Signal]:
         if not content.strip():
             continue
         named = _NAMED_LINE.match(content)
-        name, expression = (named.group(1), named.group(2)) if named else (f"line{number}", content)
+        # The name is blanked rather than cut off, so error columns count from the line's start.
+        name, expression = ((named.group(1), " " * named.start(2) + named.group(2)) if named
+                            else (f"line{number}", content))
         if name in seen:
             raise UserError(f"{source} line {number}: the name '{name}' is already used on "
                             f"line {seen[name]}")

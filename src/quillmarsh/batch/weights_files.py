@@ -8,7 +8,9 @@ from __future__ import annotations
 import re
 from pathlib import Path
 
-from quillmarsh.cli.atomic_write import write_npy
+import numpy as np
+
+from quillmarsh.cli.atomic_write import write_atomically
 
 from quillmarsh.batch.evaluation import Outcome
 
@@ -25,5 +27,6 @@ def stored(outcome: Outcome, folder: Path) -> Outcome:
     if outcome.weights is None:
         return outcome
     path = folder / weights_file_name(outcome.row["name"])
-    write_npy(path, outcome.weights)
+    weights = outcome.weights
+    write_atomically(path, lambda stream: np.save(stream, weights, allow_pickle=False))
     return Outcome(outcome.row, None, outcome.pnl, path)

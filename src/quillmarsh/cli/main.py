@@ -1,4 +1,4 @@
-"""The `quillmarsh` command: evaluate, show, demo and batch.
+"""The `quillmarsh` command: evaluate, show and demo.
 
 A mistake in the user's input (an expression, a data file, a states file) is reported as one
 line on stderr with exit status 2, and no output file is left behind.
