@@ -63,8 +63,11 @@ def main() -> None:
 
     market = synthetic_market(DAYS, ASSETS)
     batch = as_signals(signals())
+    cpu_started = time.process_time()
     serial_seconds, serial = timed_run(batch, market)
-    print(f"{len(batch)} signals on {DAYS} x {ASSETS}: serial {serial_seconds:.2f}s")
+    core_share = (time.process_time() - cpu_started) / serial_seconds
+    print(f"{len(batch)} signals on {DAYS} x {ASSETS}: serial {serial_seconds:.2f}s, on "
+          f"{core_share:.0%} of a core (less when other processes share the cores)")
     started = time.perf_counter()
     with LocalCluster(n_workers=WORKERS, threads_per_worker=1, processes=True,
                       dashboard_address=":0") as cluster, Client(cluster) as client:

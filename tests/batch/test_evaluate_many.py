@@ -70,6 +70,16 @@ def test_bad_signal_lists_are_refused_before_any_evaluation(small_market, expres
         evaluate_many(expressions, small_market)
 
 
+@pytest.mark.parametrize("market, error, message", [
+    ({"volume": np.ones((3, 2)), "universe": np.ones((3, 2))}, ValueError, "need a 'returns' or a 'close'"),
+    ({"close": np.ones((3, 2)), "universe": np.ones((3, 1))}, ValueError, "feature 'close' has shape (3, 2)"),
+    ({"close": np.ones((3, 2))}, TypeError, "expected a MarketData or a mapping"),
+])
+def test_markets_without_what_the_summary_needs_are_refused(market, error, message):
+    with pytest.raises(error, match=re.escape(message)):
+        evaluate_many(["close"], market)
+
+
 def test_without_pandas_the_tables_are_lists_of_rows(small_market, monkeypatch):
     monkeypatch.setitem(sys.modules, "pandas", None)
     result = evaluate_many({"a": "rank(close)", "b": "mean(nosuch, 2)"}, small_market)

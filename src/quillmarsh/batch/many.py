@@ -1,7 +1,7 @@
 """`evaluate_many`: a list of signals on one market, here or on the caller's Dask client."""
 from __future__ import annotations
 
-from collections.abc import Iterable, Mapping
+from collections.abc import Callable, Iterable, Mapping
 from pathlib import Path
 from typing import Any, NamedTuple
 
@@ -16,6 +16,7 @@ from quillmarsh.simulator_engine._types import FunctionGraphNode
 from quillmarsh.batch.catalogue import Signal
 from quillmarsh.batch.collect import Collected
 from quillmarsh.batch.evaluation import SUMMARY_COLUMNS
+from quillmarsh.batch.metrics import market_returns
 from quillmarsh.batch.runner import run_outcomes
 from quillmarsh.batch.tables import as_table, correlation_rows
 
@@ -74,13 +75,23 @@ def as_signals(expressions: Iterable[Any] | Mapping[str, Any]) -> list[Signal]:
 
 
 def as_market(market: Any) -> MarketData:
-    if isinstance(market, MarketData):
-        return market
+    """A MarketData with the returns the summary measures need (see market_returns)."""
     if isinstance(market, Mapping) and "universe" in market:
         features = {name: values for name, values in market.items() if name != "universe"}
-        return checked_market(features, market["universe"], "market")
-    raise TypeError("market: expected a MarketData or a mapping of feature arrays with a "
-                    "'universe' entry")
+        market = _checked(lambda: checked_market(features, market["universe"], "market"))
+    if not isinstance(market, MarketData):
+        raise TypeError("market: expected a MarketData or a mapping of feature arrays with a "
+                        "'universe' entry")
+    _checked(lambda: market_returns(market))
+    return market
+
+
+def _checked(make: Callable[[], Any]) -> Any:
+    """The value of `make()`, its UserError raised as a ValueError."""
+    try:
+        return make()
+    except UserError as error:
+        raise ValueError(str(error)) from error
 
 
 def _default_name(item: Any, number: int) -> tuple[str, Any]:
