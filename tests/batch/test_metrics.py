@@ -43,6 +43,7 @@ def drawn(seed: int, days: int, assets: int, nan_share: float, levels: int | Non
     (2, 25, 15, 0.2, 3, 1),
     (3, 30, 6, 0.5, 2, 3),
     (4, 12, 4, 0.0, 1, 2),      # every weight tied: no IC on any day
+    (5, 12, 7, 0.1, 1, 1),      # tied again, where the ranks' mean is not exact in binary
 ])
 def test_daily_rank_ic_matches_spearman_per_day(seed, days, assets, nan_share, levels, horizon):
     weights = drawn(seed, days, assets, nan_share, levels)

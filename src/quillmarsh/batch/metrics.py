@@ -66,14 +66,26 @@ def ic_summary(daily: np.ndarray) -> InformationCoefficient:
 
 
 def _row_correlation(x: np.ndarray, y: np.ndarray, present: np.ndarray) -> np.ndarray:
-    """Pearson correlation of x and y within each row, over the `present` cells."""
+    """Pearson correlation of x and y within each row, over the `present` cells (NaN elsewhere).
+
+    Rows whose x or y values are all equal have none: their centred values would be rounding
+    noise of the mean rather than zeros.
+    """
     count = present.sum(axis=1)
-    x = np.where(present, x, 0.0)
-    y = np.where(present, y, 0.0)
-    safe_count = np.maximum(count, 1)[:, None]
-    x_centred = np.where(present, x - x.sum(axis=1, keepdims=True) / safe_count, 0.0)
-    y_centred = np.where(present, y - y.sum(axis=1, keepdims=True) / safe_count, 0.0)
-    covariance = (x_centred * y_centred).sum(axis=1)
-    scale = np.sqrt((x_centred ** 2).sum(axis=1) * (y_centred ** 2).sum(axis=1))
-    defined = (count >= MIN_ASSETS) & (scale > 0)
+    varies = (np.fmax.reduce(x, axis=1) > np.fmin.reduce(x, axis=1)) & \
+        (np.fmax.reduce(y, axis=1) > np.fmin.reduce(y, axis=1))
+    safe_count = np.maximum(count, 1)
+    x_centred, y_centred = (_centred(values, present, safe_count) for values in (x, y))
+    covariance = np.einsum("ij,ij->i", x_centred, y_centred)
+    scale = np.sqrt(np.einsum("ij,ij->i", x_centred, x_centred)
+                    * np.einsum("ij,ij->i", y_centred, y_centred))
+    defined = (count >= MIN_ASSETS) & varies
     return np.divide(covariance, scale, out=np.full(count.shape, np.nan), where=defined)
+
+
+def _centred(values: np.ndarray, present: np.ndarray, count: np.ndarray) -> np.ndarray:
+    """Values minus their row mean over the present cells, 0 elsewhere (one new array)."""
+    centred = np.where(present, values, 0.0)
+    centred -= (centred.sum(axis=1) / count)[:, None]
+    centred *= present
+    return centred
