@@ -4,7 +4,10 @@ Dask cluster of 2 worker processes, each run writing the weights into a scratch 
 Prints both wall times and their ratio (goal: >= 1.7 on 2 cores), and the scheduling overhead:
 the cluster's wall time not spent inside a task on its busiest worker (scattering the market,
 submitting, collecting results, idle ends), as a share of the serial time (goal: < 5%).
-Starting the cluster is timed apart and left out of both.
+Starting the cluster is timed apart and left out of both. On cores shared with other work the
+wall times say little, so it also prints the CPU seconds of the serial run and of each worker
+process (tasks, messages and all), and the speed-up they allow when each process has a core to itself (the busiest worker's
+CPU seconds plus the scheduling overhead against the serial CPU seconds).
 Run: .venv/bin/python bench/bench_batch_cluster.py
 """
 from __future__ import annotations
@@ -65,21 +68,27 @@ def main() -> None:
     batch = as_signals(signals())
     cpu_started = time.process_time()
     serial_seconds, serial = timed_run(batch, market)
-    core_share = (time.process_time() - cpu_started) / serial_seconds
+    serial_cpu = time.process_time() - cpu_started
+    core_share = serial_cpu / serial_seconds
     print(f"{len(batch)} signals on {DAYS} x {ASSETS}: serial {serial_seconds:.2f}s, on "
           f"{core_share:.0%} of a core (less when other processes share the cores)")
     started = time.perf_counter()
     with LocalCluster(n_workers=WORKERS, threads_per_worker=1, processes=True,
                       dashboard_address=":0") as cluster, Client(cluster) as client:
         print(f"cluster of {WORKERS} workers started in {time.perf_counter() - started:.2f}s")
+        cpu_before = client.run(time.process_time)
         with get_task_stream(client) as stream:
             cluster_seconds, parallel = timed_run(batch, market, client)
+        cpu_after = client.run(time.process_time)
         busy = busy_seconds(stream.data)
+    worker_cpu = [cpu_after[worker] - cpu_before[worker] for worker in cpu_before]
     overhead = cluster_seconds - max(busy.values())
     print(f"{WORKERS} workers: {cluster_seconds:.2f}s; speed-up {serial_seconds / cluster_seconds:.2f}x "
           f"(goal >= 1.7)")
     print(f"time inside tasks, all workers: {sum(busy.values()):.2f}s (serial {serial_seconds:.2f}s; "
           f"more means the workers ran slower than the serial run, e.g. on busy cores)")
+    print(f"CPU seconds: serial {serial_cpu:.2f}, workers {' + '.join(f'{c:.2f}' for c in worker_cpu)}; "
+          f"speed-up with a core each: {serial_cpu / (max(worker_cpu) + overhead):.2f}x")
     print(f"scheduling overhead: {overhead:.2f}s = {overhead / serial_seconds:.1%} of serial (goal < 5%)")
     print(f"same summaries and PnL as the serial run: {'yes' if same_results(serial, parallel) else 'NO'}")
 
