@@ -6,8 +6,8 @@ the cluster's wall time not spent inside a task on its busiest worker (scatterin
 submitting, collecting results, idle ends), as a share of the serial time (goal: < 5%).
 Starting the cluster is timed apart and left out of both. On cores shared with other work the
 wall times say little, so it also prints the CPU seconds of the serial run and of each worker
-process (tasks, messages and all), and the speed-up they allow when each process has a core to itself (the busiest worker's
-CPU seconds plus the scheduling overhead against the serial CPU seconds).
+process (tasks, messages and all), and the speed-up they allow when each process has a core
+to itself: the serial CPU seconds against the busiest worker's plus the scheduling overhead.
 Run: .venv/bin/python bench/bench_batch_cluster.py
 """
 from __future__ import annotations
