@@ -19,6 +19,7 @@ from pathlib import Path
 
 import numpy as np
 
+from quillmarsh.batch.local_cluster import local_client
 from quillmarsh.batch.many import as_signals
 from quillmarsh.batch.runner import run_outcomes
 from quillmarsh.cli.market import synthetic_market
@@ -62,7 +63,7 @@ def same_results(serial, parallel) -> bool:
 
 
 def main() -> None:
-    from distributed import Client, LocalCluster, get_task_stream
+    from distributed import get_task_stream
 
     market = synthetic_market(DAYS, ASSETS)
     batch = as_signals(signals())
@@ -73,8 +74,7 @@ def main() -> None:
     print(f"{len(batch)} signals on {DAYS} x {ASSETS}: serial {serial_seconds:.2f}s, on "
           f"{core_share:.0%} of a core (less when other processes share the cores)")
     started = time.perf_counter()
-    with LocalCluster(n_workers=WORKERS, threads_per_worker=1, processes=True,
-                      dashboard_address=":0") as cluster, Client(cluster) as client:
+    with local_client(WORKERS) as client:
         print(f"cluster of {WORKERS} workers started in {time.perf_counter() - started:.2f}s")
         cpu_before = client.run(time.process_time)
         with get_task_stream(client) as stream:

@@ -14,8 +14,7 @@ settings.load_profile(os.environ.get("HYPOTHESIS_PROFILE", "dev"))
 def dask_client():
     """A client of a local Dask cluster of 2 single-threaded worker processes, shared by the
     tests that run batches on a cluster; skipped when Dask is not installed."""
-    distributed = pytest.importorskip("distributed")
-    with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True,
-                                  dashboard_address=":0") as cluster, \
-            distributed.Client(cluster) as client:
+    pytest.importorskip("distributed")
+    from quillmarsh.batch.local_cluster import local_client
+    with local_client(2) as client:
         yield client

@@ -5,6 +5,7 @@ import contextlib
 from collections.abc import Iterator
 from typing import Any
 
+from quillmarsh.batch.local_cluster import local_client
 from quillmarsh.cli.errors import UserError
 
 INSTALL_HINT = "pip install 'quillmarsh[cluster]'"
@@ -22,9 +23,7 @@ def batch_client(workers: int | None, scheduler: str | None) -> Iterator[Any]:
         with _connected(distributed, scheduler) as client:
             yield client
         return
-    with distributed.LocalCluster(n_workers=workers, threads_per_worker=1, processes=True,
-                                  dashboard_address=":0") as cluster, \
-            distributed.Client(cluster) as client:
+    with local_client(workers) as client:
         yield client
 
 
