@@ -19,7 +19,7 @@ from quillmarsh.batch.evaluation import Outcome, failed_outcome, iter_group
 from quillmarsh.batch.weights_files import stored
 
 TASK_RETRIES = 2
-GROUPS_PER_WORKER = 6   # small enough groups that the workers finish close together
+GROUPS_PER_WORKER = 20  # small groups: the workers finish within a group's time of each other
 MAX_GROUP_SIZE = 32
 
 
