@@ -5,9 +5,13 @@ import contextlib
 from collections.abc import Iterator
 from typing import Any
 
-# The workers' statistical profiler samples the running task every 10 ms for the dashboard;
-# on the batch benchmark it cost the workers about 5% of their CPU time.
-_WORKER_CONFIG = {"distributed.worker.profile.enabled": False}
+# Dask starts workers with a fixed malloc trim threshold, which also turns off glibc's
+# adaptive mmap threshold: every (days, assets) temporary is then mapped and unmapped, and its
+# pages faulted in anew (12x the page faults; 20-30% more CPU per signal on the benchmark).
+# The workers' statistical profiler samples the running task every 10 ms for the dashboard
+# (about 5% of their CPU time).
+_WORKER_CONFIG = {"distributed.nanny.pre-spawn-environ.MALLOC_TRIM_THRESHOLD_": None,
+                  "distributed.worker.profile.enabled": False}
 
 
 @contextlib.contextmanager
