@@ -53,6 +53,12 @@ def test_weights_written_to_a_folder_are_the_returned_weights(small_market, tmp_
         assert np.array_equal(np.load(path), in_memory[name], equal_nan=True)
 
 
+def test_names_sharing_a_weights_file_are_refused_before_writing(small_market, tmp_path):
+    with pytest.raises(ValueError, match=re.escape("'rank(close)' and 'rank[close]' would both write")):
+        evaluate_many({"rank(close)": "rank(close)", "rank[close]": "close"}, small_market, weights_dir=tmp_path)
+    assert not any(tmp_path.iterdir())
+
+
 def test_inputs_may_be_texts_graphs_signals_and_a_mapping_market(small_market):
     graph = parse_expression("rank(volume)", default_registry())
     arrays = {**small_market.features, "universe": small_market.universe}

@@ -19,6 +19,7 @@ from quillmarsh.batch.evaluation import SUMMARY_COLUMNS
 from quillmarsh.batch.metrics import market_returns
 from quillmarsh.batch.runner import run_outcomes
 from quillmarsh.batch.tables import as_table, correlation_rows
+from quillmarsh.batch.weights_files import check_file_names
 
 
 class BatchResult(NamedTuple):
@@ -39,6 +40,8 @@ def evaluate_many(expressions: Iterable[Any] | Mapping[str, Any], market: Any,
     `<name>.npy` by whoever computed it, and `weights` holds the files' paths.
     """
     signals = as_signals(expressions)
+    if weights_dir is not None:
+        _checked(lambda: check_file_names([signal.name for signal in signals]))
     market = as_market(market)
     collected = Collected(len(signals))
     weights: dict[str, np.ndarray | Path | None] = {signal.name: None for signal in signals}

@@ -16,13 +16,12 @@ from quillmarsh.batch.collect import Collected
 from quillmarsh.batch.metrics import market_returns
 from quillmarsh.batch.runner import run_outcomes
 from quillmarsh.batch.tables import correlation_rows
-from quillmarsh.batch.weights_files import weights_file_name
+from quillmarsh.batch.weights_files import check_file_names, weights_file_name
 from quillmarsh.functions.registry import default_registry
 
 from quillmarsh.cli.batch_cluster import batch_client
 from quillmarsh.cli.batch_report import summary_lines, write_csv
 from quillmarsh.cli.data_io import load_market
-from quillmarsh.cli.errors import UserError
 from quillmarsh.cli.progress import ProgressBar
 
 SUMMARY_CSV = "summary.csv"
@@ -53,7 +52,7 @@ def add_parser(commands: argparse._SubParsersAction) -> None:
 
 def run(args: argparse.Namespace) -> int:
     signals = read_catalogue(args.catalogue, default_registry())
-    _check_file_names([signal.name for signal in signals])
+    check_file_names([signal.name for signal in signals])
     collected = Collected(len(signals))
     with batch_client(args.workers, args.scheduler) as client:
         market = load_market(args.data)
@@ -85,15 +84,6 @@ def _report_failures(rows: list[dict], folder: Path) -> int:
     print(f"{len(rows) - failed} of {len(rows)} signals evaluated; weights, {SUMMARY_CSV} and "
           f"{CORRELATION_CSV} in {folder}")
     return 1 if failed else 0
-
-
-def _check_file_names(names: list[str]) -> None:
-    seen: dict[str, str] = {}
-    for name in names:
-        file_name = weights_file_name(name)
-        if file_name in seen:
-            raise UserError(f"signals '{seen[file_name]}' and '{name}' would both write {file_name}")
-        seen[file_name] = name
 
 
 def _positive(text: str) -> int:
