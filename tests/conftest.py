@@ -1,4 +1,4 @@
-"""Shared test configuration: hypothesis profiles chosen by HYPOTHESIS_PROFILE."""
+"""Shared test configuration: hypothesis profiles chosen by HYPOTHESIS_PROFILE, and a local Dask cluster."""
 import os
 
 import pytest
