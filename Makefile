@@ -14,7 +14,7 @@ all: install
 $(VENV)/.deps: Makefile
 	$(PYTHON_BOOT) -m venv $(VENV)
 	$(PY) -m pip install -q --upgrade pip
-	$(PY) -m pip install -q numpy structlog pytest hypothesis "scikit-build-core>=0.10" "nanobind>=2.4" ninja cmake matplotlib pyarrow
+	$(PY) -m pip install -q numpy structlog pytest hypothesis "scikit-build-core>=0.10" "nanobind>=2.4" ninja cmake matplotlib pyarrow "dask[distributed]" pandas
 	touch $@
 
 $(VENV)/.installed: $(VENV)/.deps $(SOURCES)

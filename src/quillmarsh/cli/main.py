@@ -1,4 +1,4 @@
-"""The `quillmarsh` command: evaluate, show and demo.
+"""The `quillmarsh` command: evaluate, show, demo and batch.
 
 A mistake in the user's input (an expression, a data file, a states file, an output target) is
 reported as one line on stderr with exit status 2, and no output file is left behind. Besides
@@ -14,7 +14,7 @@ import sys
 
 import numpy as np
 
-from quillmarsh.cli import demo, evaluate, show
+from quillmarsh.cli import batch, demo, evaluate, show
 from quillmarsh.cli.errors import UserError
 
 USAGE_ERROR = 2
@@ -24,7 +24,7 @@ def build_parser() -> argparse.ArgumentParser:
     parser = argparse.ArgumentParser(
         prog="quillmarsh", description="Evaluate trading-signal expressions on market data.")
     commands = parser.add_subparsers(dest="command", required=True, metavar="COMMAND")
-    for command in (evaluate, show, demo):
+    for command in (evaluate, show, demo, batch):
         command.add_parser(commands)
     return parser
 
