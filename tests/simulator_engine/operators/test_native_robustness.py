@@ -20,7 +20,8 @@ EXPECTED = (TypeError, ValueError, KeyError, OverflowError)
 
 def instances():
     for row in _operator_table():
-        yield NativeFunction(row["name"], **{item["name"]: 2 for item in row["param_schema"] or []})
+        yield NativeFunction(row["name"], **{item["name"]: 2 if item["type"] == "int" else 0.5
+                                             for item in row["param_schema"] or []})
 
 def survives(action, *args, **kwargs):
     try:
@@ -46,7 +47,7 @@ SWEEPS = {
     "set_state": """
         for instance in instances():
             if instance.stateful:
-                instance(np.arange(3.0))
+                instance(*[np.arange(3.0)] * instance.arity)
             keys = list(instance.get_state())
             for value in GARBAGE:
                 survives(instance.set_state, value)

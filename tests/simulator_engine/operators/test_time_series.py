@@ -1,4 +1,6 @@
 """Time-series native operators: against their NumPy twins, conventions, and streaming through evaluate."""
+import pickle
+
 import numpy as np
 import pytest
 from hypothesis import given, strategies as st
@@ -7,7 +9,7 @@ from hypothesis.extra import numpy as hnp
 from quillmarsh._reference.time_series import TIME_SERIES_REFERENCES
 from quillmarsh.functions.registry import default_registry
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, FunctionState
 from quillmarsh.simulator_engine.expression_evaluator import NativeFunction, _operator_table
 
 from ...strategies import CELL
@@ -128,6 +130,32 @@ def test_payload_window_counts_the_rows_a_cell_needs(alias, window, payload_wind
     instance(np.ones(2))
     state = instance.get_state()
     assert (state["count"], state["window"], instance.window) == (1, payload_window, payload_window)
+
+
+@pytest.mark.parametrize("row", TIME_SERIES, ids=lambda row: row["alias"])
+@given(data=st.data())
+def test_a_restored_instance_continues_the_run(row, data):
+    """The saved history, NaN cells included, carries the run across a pickled state."""
+    inputs = data.draw(matrices(row["arity"], max_rows=20))
+    params = params_for(row, data.draw)
+    cut = data.draw(st.integers(0, inputs[0].shape[0]))
+    first = NativeFunction(row["name"], **params)
+    head = run_rows(first, [x[:cut] for x in inputs])
+    saved = pickle.loads(pickle.dumps(first.get_state()))
+    resumed = default_registry().create_instance_from_state(row["name"], FunctionState(row["name"], "1", saved),
+                                                              **params)
+    tail = run_rows(resumed, [x[cut:] for x in inputs])
+    assert saved["count"] == cut
+    assert_same_cells(np.vstack([head, tail]), run_rows(NativeFunction(row["name"], **params), inputs))
+
+
+@pytest.mark.parametrize("alias", ["ts_sum", "ema"])
+@pytest.mark.parametrize("count", [-1, 2**62 + 1])
+def test_a_count_that_cannot_keep_counting_is_refused(alias, count):
+    instance = NativeFunction(BY_ALIAS[alias], window=2)
+    instance(np.ones(3))
+    with pytest.raises(ValueError, match="count"):
+        instance.set_state({**instance.get_state(), "count": count})
 
 
 def graph_of(row, params, children):
