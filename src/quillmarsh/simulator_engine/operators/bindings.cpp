@@ -19,10 +19,10 @@ using ops::NativeFunction;
 
 const char* schema_type(ops::ParamKind kind) { return kind == ops::ParamKind::Number ? "float" : "int"; }
 
-nb::object schema_of(const ops::OperatorSpec& spec) {
-    if (spec.params.empty()) return nb::none();
+nb::object schema_of(const ops::OperatorSpec& declaration) {
+    if (declaration.params.empty()) return nb::none();
     nb::list schema;
-    for (const ops::ParamSpec& param : spec.params) {
+    for (const ops::ParamSpec& param : declaration.params) {
         nb::dict item;
         item["name"] = param.name;
         item["type"] = schema_type(param.kind);
@@ -36,21 +36,21 @@ nb::object schema_of(const ops::OperatorSpec& spec) {
 
 nb::list operator_table_rows() {
     nb::list rows;
-    for (const ops::OperatorSpec& spec : ops::operator_table()) {
+    for (const ops::OperatorSpec& declaration : ops::operator_table()) {
         nb::dict row;
-        row["name"] = spec.name;
-        row["alias"] = spec.alias;
-        row["family"] = spec.family;
-        row["arity"] = spec.arity;
-        row["stateful"] = spec.stateful;
-        row["param_schema"] = schema_of(spec);
+        row["name"] = declaration.name;
+        row["alias"] = declaration.alias;
+        row["family"] = declaration.family;
+        row["arity"] = declaration.arity;
+        row["stateful"] = declaration.stateful;
+        row["param_schema"] = schema_of(declaration);
         rows.append(row);
     }
     return rows;
 }
 
 nb::object window_of(NativeFunction& self) {
-    if (!self.spec().stateful) throw nb::attribute_error(msg::operator_without_window().c_str());
+    if (!self.declaration().stateful) throw nb::attribute_error(msg::operator_without_window().c_str());
     return nb::int_(self.row_operator().window());
 }
 
@@ -63,11 +63,11 @@ void export_operators(nb::module_& m) {
                  new (self) NativeFunction(name, config);
              },
              "name"_a, "config"_a)
-        .def_prop_ro("name", [](NativeFunction& self) { return std::string(self.spec().name); })
-        .def_prop_ro("alias", [](NativeFunction& self) { return std::string(self.spec().alias); })
-        .def_prop_ro("family", [](NativeFunction& self) { return std::string(self.spec().family); })
-        .def_prop_ro("arity", [](NativeFunction& self) { return self.spec().arity; })
-        .def_prop_ro("stateful", [](NativeFunction& self) { return self.spec().stateful; })
+        .def_prop_ro("name", [](NativeFunction& self) { return std::string(self.declaration().name); })
+        .def_prop_ro("alias", [](NativeFunction& self) { return std::string(self.declaration().alias); })
+        .def_prop_ro("family", [](NativeFunction& self) { return std::string(self.declaration().family); })
+        .def_prop_ro("arity", [](NativeFunction& self) { return self.declaration().arity; })
+        .def_prop_ro("stateful", [](NativeFunction& self) { return self.declaration().stateful; })
         .def_prop_ro("window", &window_of)
         .def_prop_ro("config", [](NativeFunction& self) { return self.config(); })
         .def("__call__", &NativeFunction::call, "rows"_a, "kwargs"_a)
@@ -75,7 +75,7 @@ void export_operators(nb::module_& m) {
         .def("set_state", &NativeFunction::set_state, "data"_a)
         .def("__getstate__",
              [](NativeFunction& self) {
-                 return nb::make_tuple(self.spec().name, self.config(), self.get_state());
+                 return nb::make_tuple(self.declaration().name, self.config(), self.get_state());
              })
         .def("__setstate__",
              [](NativeFunction* self, nb::tuple saved) {
@@ -87,7 +87,7 @@ void export_operators(nb::module_& m) {
                  new (self) NativeFunction(std::move(restored));
              })
         .def("__repr__", [](NativeFunction& self) {
-            return std::string("NativeFunction(") + nb::repr(nb::str(self.spec().name)).c_str() + ", **" +
+            return std::string("NativeFunction(") + nb::repr(nb::str(self.declaration().name)).c_str() + ", **" +
                    nb::repr(self.config()).c_str() + ")";
         });
     m.def("_operator_table", &operator_table_rows);

@@ -13,9 +13,9 @@ namespace qm::ops {
 
 namespace {
 
-const OperatorSpec& spec_named(const std::string& name) {
-    for (const OperatorSpec& spec : operator_table()) {
-        if (name == spec.name) return spec;
+const OperatorSpec& declaration_named(const std::string& name) {
+    for (const OperatorSpec& declaration : operator_table()) {
+        if (name == declaration.name) return declaration;
     }
     raise_error(nb::handle(PyExc_KeyError), msg::unknown_operator(name));
 }
@@ -24,20 +24,21 @@ std::string shape_of(std::int64_t n) { return shape_text({static_cast<long long>
 
 }  // namespace
 
-NativeFunction::NativeFunction(const std::string& name, nb::handle config) : spec_(&spec_named(name)) {
-    OperatorParams params = convert_params(*spec_, config);
+NativeFunction::NativeFunction(const std::string& name, nb::handle config) : declaration_(&declaration_named(name)) {
+    OperatorParams params = convert_params(*declaration_, config);
     params_ = std::move(params.values);
     config_ = std::move(params.config);
-    op_ = spec_->make(params_);
+    op_ = declaration_->make(params_);
 }
 
 nb::object NativeFunction::call(nb::args rows, nb::kwargs kwargs) {
     for (auto [key, value] : kwargs) {
         if (text_of(key) == "context") continue;
-        raise_error(nb::handle(PyExc_TypeError), msg::operator_keyword(spec_->name, repr_of(key)));
+        raise_error(nb::handle(PyExc_TypeError), msg::operator_keyword(declaration_->name, repr_of(key)));
     }
-    if (rows.size() != spec_->arity) {
-        raise_error(nb::handle(PyExc_ValueError), msg::operator_row_count(spec_->name, spec_->arity, rows.size()));
+    if (rows.size() != declaration_->arity) {
+        const std::string message = msg::operator_row_count(declaration_->name, declaration_->arity, rows.size());
+        raise_error(nb::handle(PyExc_ValueError), message);
     }
     std::vector<nb::object> arrays;
     std::vector<const double*> inputs;
@@ -65,7 +66,7 @@ nb::object NativeFunction::call(nb::args rows, nb::kwargs kwargs) {
 
 nb::dict NativeFunction::get_state() { return state_payload(*op_); }
 
-void NativeFunction::set_state(nb::handle data) { op_ = restored_operator(*spec_, params_, data); }
+void NativeFunction::set_state(nb::handle data) { op_ = restored_operator(*declaration_, params_, data); }
 
 std::string row_width_mismatch(const RowOperator& op, std::int64_t n) {
     if (op.width() < 0 || op.width() == n) return {};
@@ -81,7 +82,7 @@ RowOperator* native_operator_of(nb::handle instance) {
 std::size_t native_arity_of(nb::handle instance) {
     NativeFunction* native = nullptr;
     if (!nb::try_cast<NativeFunction*>(instance, native) || native == nullptr) return 0;
-    return native->spec().arity;
+    return native->declaration().arity;
 }
 
 }  // namespace qm::ops

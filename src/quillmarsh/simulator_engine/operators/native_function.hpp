@@ -22,7 +22,7 @@ public:
     // parameter errors of convert_params.
     NativeFunction(const std::string& name, nb::handle config);
 
-    const OperatorSpec& spec() const { return *spec_; }
+    const OperatorSpec& declaration() const { return *declaration_; }
     RowOperator& row_operator() { return *op_; }
     nb::dict config() const { return config_; }
 
@@ -34,7 +34,7 @@ public:
     void set_state(nb::handle data);
 
 private:
-    const OperatorSpec* spec_;
+    const OperatorSpec* declaration_;
     std::vector<double> params_;
     nb::dict config_;
     std::unique_ptr<RowOperator> op_;

@@ -72,11 +72,11 @@ double converted_value(const ParamSpec& param, nb::handle value) {
     return 0.0;
 }
 
-void check_known_names(const OperatorSpec& spec, nb::dict config) {
+void check_known_names(const OperatorSpec& declaration, nb::dict config) {
     for (auto [key, value] : config) {
         bool known = false;
-        for (const ParamSpec& param : spec.params) known = known || text_of(key) == param.name;
-        if (!known) raise_type(msg::operator_param_unknown(spec.name, repr_of(key)));
+        for (const ParamSpec& param : declaration.params) known = known || text_of(key) == param.name;
+        if (!known) raise_type(msg::operator_param_unknown(declaration.name, repr_of(key)));
     }
 }
 
@@ -87,15 +87,15 @@ nb::object param_object(ParamKind kind, double value) {
     return nb::int_(static_cast<long long>(value));
 }
 
-OperatorParams convert_params(const OperatorSpec& spec, nb::handle config) {
+OperatorParams convert_params(const OperatorSpec& declaration, nb::handle config) {
     if (!PyDict_Check(config.ptr())) raise_type(msg::operator_config_type(type_name_of(config)));
     nb::dict given = nb::borrow<nb::dict>(config);
-    check_known_names(spec, given);
+    check_known_names(declaration, given);
     OperatorParams out;
-    for (const ParamSpec& param : spec.params) {
+    for (const ParamSpec& param : declaration.params) {
         nb::str key(param.name);
         if (!given.contains(key)) {
-            if (!param.has_default) raise_type(msg::operator_param_missing(spec.name, param.name));
+            if (!param.has_default) raise_type(msg::operator_param_missing(declaration.name, param.name));
             out.values.push_back(param.default_value);
             out.config[key] = param_object(param.kind, param.default_value);
             continue;

@@ -22,6 +22,6 @@ nb::object param_object(ParamKind kind, double value);
 
 // Unknown or missing parameters and wrong types raise TypeError; a window
 // below 1 or a non-finite window raises ValueError. A float window is floored.
-OperatorParams convert_params(const OperatorSpec& spec, nb::handle config);
+OperatorParams convert_params(const OperatorSpec& declaration, nb::handle config);
 
 }  // namespace qm::ops

@@ -121,18 +121,18 @@ nb::dict state_payload(RowOperator& op) {
     return payload;
 }
 
-std::unique_ptr<RowOperator> restored_operator(const OperatorSpec& spec, const std::vector<double>& params,
+std::unique_ptr<RowOperator> restored_operator(const OperatorSpec& declaration, const std::vector<double>& params,
                                                nb::handle data) {
     if (!PyDict_Check(data.ptr())) {
         raise_error(nb::handle(PyExc_TypeError), msg::saved_state_type(type_name_of(data)));
     }
-    std::unique_ptr<RowOperator> op = spec.make(params);
+    std::unique_ptr<RowOperator> op = declaration.make(params);
     check_window(data, *op);
     const std::int64_t count = saved_count(data);
     if (!op->stateful()) return op;
 
     // The field names, dtypes and ranks come from an operator of width 1.
-    std::unique_ptr<RowOperator> probe = spec.make(params);
+    std::unique_ptr<RowOperator> probe = declaration.make(params);
     probe->restore(1, 0);
     std::vector<StateField> layout = probe->state_fields();
     nb::object first = layout.empty() ? nb::object() : saved_value(data, layout.front().name);

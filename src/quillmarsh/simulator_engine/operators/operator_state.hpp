@@ -16,11 +16,11 @@ namespace qm::ops {
 
 nb::dict state_payload(RowOperator& op);
 
-// A new operator (from spec and params) holding the saved payload `data`.
+// A new operator (from declaration and params) holding the saved payload `data`.
 // Raises TypeError for a payload that is not a dict, ValueError for a window
 // other than the operator's, a negative count, or a missing, mis-typed or
 // mis-shaped history array. Arrays convert only under NumPy's safe casting.
-std::unique_ptr<RowOperator> restored_operator(const OperatorSpec& spec, const std::vector<double>& params,
+std::unique_ptr<RowOperator> restored_operator(const OperatorSpec& declaration, const std::vector<double>& params,
                                                nb::handle data);
 
 }  // namespace qm::ops
