@@ -13,16 +13,14 @@ from pathlib import Path
 from typing import Any
 
 from quillmarsh.cli.errors import UserError
-from quillmarsh.cli.graph_source import load_graph
-from quillmarsh.cli.signal_file import Signal, read_signal_file
-from quillmarsh.cli.text_form import parse_expression
+from quillmarsh.cli.signal_file import Signal, entry_graph, text_signals
 
 
 def read_catalogue(path: Path, registry: Any) -> list[Signal]:
     """The signals of a text or `.json` catalogue, in file order."""
-    if path.suffix != ".json":
-        return read_signal_file(path, registry)
-    signals = _json_signals(_read(path), path, registry)
+    text = _read(path)
+    signals = _json_signals(text, path, registry) if path.suffix == ".json" else \
+        text_signals(text, registry, str(path))
     if not signals:
         raise UserError(f"catalogue {path} holds no signal")
     return signals
@@ -39,7 +37,7 @@ def _json_signals(text: str, path: Path, registry: Any) -> list[Signal]:
     signals: list[Signal] = []
     for number, entry in enumerate(entries, start=1):
         try:
-            signals.append(_json_signal(entry, path.parent, registry))
+            signals.append(entry_graph(entry, path.parent, registry))
         except UserError as error:
             raise UserError(f"{path} entry {number}: {error}") from None
     names = [signal.name for signal in signals]
@@ -47,17 +45,6 @@ def _json_signals(text: str, path: Path, registry: Any) -> list[Signal]:
     if duplicates:
         raise UserError(f"{path}: the name '{duplicates[0]}' is used by more than one entry")
     return signals
-
-
-def _json_signal(entry: Any, folder: Path, registry: Any) -> Signal:
-    if not isinstance(entry, dict) or not isinstance(entry.get("name"), str):
-        raise UserError("each entry needs a \"name\" string")
-    name = entry["name"]
-    if "expression" in entry:
-        return Signal(name, parse_expression(str(entry["expression"]), registry))
-    if not isinstance(entry.get("file"), str):
-        raise UserError(f"'{name}' needs a \"file\" or an \"expression\"")
-    return Signal(name, load_graph(str(folder / entry["file"]), registry))
 
 
 def _read(path: Path) -> str:

@@ -16,8 +16,7 @@ from typing import Any
 from quillmarsh.simulator_engine._types import FunctionGraphNode
 
 from quillmarsh.cli.errors import UserError
-from quillmarsh.cli.graph_source import load_graph
-from quillmarsh.cli.signal_file import read_signal_file
+from quillmarsh.cli.signal_file import entry_graph
 
 DATA_KINDS = ("market", "long", "pool")
 
@@ -54,14 +53,4 @@ def _example(folder: Path, entry: dict, registry: Any) -> Example:
     data = entry.get("data", "market")
     if data not in DATA_KINDS:
         raise UserError(f"example '{entry['name']}': data must be one of {', '.join(DATA_KINDS)}")
-    file = folder / entry["file"]
-    if "signal" in entry:
-        return Example(entry["name"], file, data, _named_signal(file, entry["signal"], registry))
-    return Example(entry["name"], file, data, load_graph(str(file), registry))
-
-
-def _named_signal(file: Path, name: str, registry: Any) -> FunctionGraphNode:
-    signal = next((signal for signal in read_signal_file(file, registry) if signal.name == name), None)
-    if signal is None:
-        raise UserError(f"{file} has no signal named '{name}'")
-    return signal.graph
+    return Example(entry["name"], folder / entry["file"], data, entry_graph(entry, folder, registry).graph)

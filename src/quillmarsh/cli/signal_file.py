@@ -15,6 +15,7 @@ from typing import Any
 from quillmarsh.simulator_engine._types import FunctionGraphNode
 
 from quillmarsh.cli.errors import UserError
+from quillmarsh.cli.graph_source import load_graph
 from quillmarsh.cli.text_form import parse_expression
 
 # A name, then a colon with an expression after it.
@@ -60,3 +61,26 @@ def text_signals(text: str, registry: Any, source: str) -> list[Signal]:
             raise UserError(f"{source} line {number}: {error}") from None
         signals.append(Signal(name, graph))
     return signals
+
+
+def entry_graph(entry: Any, folder: Path, registry: Any) -> Signal:
+    """The signal of a JSON catalogue entry: {"name", and "expression" | "file" [+ "signal"]}.
+
+    A "file" holds one graph (text or JSON), or with "signal" it is a signal file and the entry
+    takes the signal of that name.
+    """
+    if not isinstance(entry, dict) or not isinstance(entry.get("name"), str):
+        raise UserError("each entry needs a \"name\" string")
+    name = entry["name"]
+    if "expression" in entry:
+        return Signal(name, parse_expression(str(entry["expression"]), registry))
+    if not isinstance(entry.get("file"), str):
+        raise UserError(f"'{name}' needs a \"file\" or an \"expression\"")
+    file = folder / entry["file"]
+    if "signal" not in entry:
+        return Signal(name, load_graph(str(file), registry))
+    found = next((signal for signal in read_signal_file(file, registry)
+                  if signal.name == entry["signal"]), None)
+    if found is None:
+        raise UserError(f"{file} has no signal named '{entry['signal']}'")
+    return Signal(name, found.graph)

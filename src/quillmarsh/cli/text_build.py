@@ -89,12 +89,22 @@ class GraphBuilder:
         return self.node(unary.alias, [operand], offset)
 
     def conditional(self, condition: Term, chosen: Term, otherwise: Term, offset: int) -> Term:
-        """`condition ? chosen : otherwise`; a constant condition picks its branch now."""
+        """`condition ? chosen : otherwise`; a constant condition picks its branch now (a NaN
+        one picks neither: every cell is NaN, as `where` gives for a NaN condition)."""
         if isinstance(condition, Const):
+            if math.isnan(self.number(condition)):
+                return self.nan_like(chosen, otherwise)
             return chosen if self.number(condition) != 0 else otherwise
         branches = [self.node(CONSTANT_LIKE, [condition, self.value(branch)], branch.offset)
                     if isinstance(branch, Const) else branch for branch in (chosen, otherwise)]
         return self.node(WHERE, [condition, *branches], offset)
+
+    def nan_like(self, *terms: Term) -> Term:
+        """NaN in every cell: the constant NaN, or a NaN constant_like of a data term."""
+        data = next((term for term in terms if isinstance(term, Data)), None)
+        if data is None:
+            return Const(math.nan, terms[0].offset)
+        return self.node(CONSTANT_LIKE, [data, Const(math.nan, data.offset)], data.offset)
 
     def call(self, name: str, args: list[Term], keywords: dict[str, Const], offset: int) -> Term:
         alias = canonical_alias(name)
