@@ -1,4 +1,5 @@
-"""The demo in a reduced size: every example runs, streaming equals one-shot, the PNG is written."""
+"""The demo in a reduced size: every example runs, streaming equals one-shot, the PNG is written,
+and the batch of catalogue alphas evaluates every alpha."""
 import json
 from pathlib import Path
 
@@ -14,6 +15,8 @@ def test_reduced_demo(quillmarsh, tmp_path):
     table = {line[:20].strip(): line[20:].split() for line in completed.stdout.splitlines()}
     assert all(name in table for name in names) and table["bare feature"][0] == "leaf"
     assert "streaming: 15 daily chunks with states" in completed.stdout
-    assert completed.stdout.rstrip().splitlines()[-2].endswith("equal the one-shot evaluation: yes")
+    assert "equal the one-shot evaluation: yes" in completed.stdout
+    assert "101 of 101 alphas evaluated" in completed.stdout
+    assert len((tmp_path / "out" / "alpha101_summary.csv").read_text().splitlines()) == 102
     assert "streaming 'rolling chain' day by day" in completed.stderr
     assert (tmp_path / "out" / "demo_pnl.png").read_bytes()[:8] == PNG_SIGNATURE

@@ -19,6 +19,7 @@ from quillmarsh.batch.tables import correlation_rows
 from quillmarsh.batch.weights_files import check_file_names, weights_file_name
 from quillmarsh.functions.registry import default_registry
 
+from quillmarsh.cli import data_size
 from quillmarsh.cli.batch_cluster import batch_client
 from quillmarsh.cli.batch_report import summary_lines, write_csv
 from quillmarsh.cli.data_io import load_market
@@ -42,6 +43,7 @@ def add_parser(commands: argparse._SubParsersAction) -> None:
     parser.add_argument("--out", required=True, type=Path, help="output folder")
     parser.add_argument("--plot", action="store_true",
                         help=f"draw the best signals' cumulative PnL and IC decay ({PICTURE})")
+    data_size.add_option(parser)
     where = parser.add_mutually_exclusive_group()
     where.add_argument("--workers", type=_positive, metavar="K",
                        help="run on a local Dask cluster of K worker processes")
@@ -55,7 +57,7 @@ def run(args: argparse.Namespace) -> int:
     check_file_names([signal.name for signal in signals])
     collected = Collected(len(signals))
     with batch_client(args.workers, args.scheduler) as client:
-        market = load_market(args.data)
+        market = load_market(args.data, args.max_data_size)
         returns = market_returns(market)
         progress = ProgressBar(len(signals), f"evaluating {len(signals)} signals")
         for position, outcome in run_outcomes(signals, market, client, args.out.resolve()):

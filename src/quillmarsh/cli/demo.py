@@ -2,7 +2,8 @@
 
 For each example: the engine's path, time, NaN share, turnover and Sharpe ratio of next-day
 PnL; then one stateful example streamed day by day through the last year, checked against
-the one-shot evaluation; then a picture of the cumulative PnL.
+the one-shot evaluation; then a picture of the cumulative PnL; last, the whole 101-alpha
+catalogue as a batch, with its best signals.
 """
 from __future__ import annotations
 
@@ -15,6 +16,7 @@ import numpy as np
 
 from quillmarsh.functions.registry import default_registry
 
+from quillmarsh.cli.demo_batch import run_alpha_batch
 from quillmarsh.cli.demo_catalogue import Catalogue, Example, load_catalogue
 from quillmarsh.cli.demo_plot import plot_cumulative_pnl
 from quillmarsh.cli.demo_report import ExampleRun, header, row
@@ -46,6 +48,7 @@ def add_parser(commands: argparse._SubParsersAction) -> None:
     parser.add_argument("--no-long-run", action="store_true", help="skip the long rolling run")
     parser.add_argument("--stream-days", type=int, default=252,
                         help="days streamed one at a time at the end (252)")
+    parser.add_argument("--no-batch", action="store_true", help="skip the 101-alpha batch")
     parser.add_argument("--examples", type=Path, default=Path("examples"),
                         help="folder with catalogue.json (./examples)")
     parser.add_argument("--out", type=Path, default=Path("out"), help="folder of the picture (./out)")
@@ -64,6 +67,9 @@ def run(args: argparse.Namespace) -> int:
     png = args.out / PNG_NAME
     plot_cumulative_pnl(runs["market"], runs["long"], png)
     print(f"cumulative PnL picture: {png.resolve()}")
+    if not args.no_batch:
+        print()
+        run_alpha_batch(args.examples, market, registry, args.out)
     return 0 if streamed_equal else 1
 
 
