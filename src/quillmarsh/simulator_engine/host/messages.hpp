@@ -30,6 +30,9 @@ inline std::string stage_data_type(const std::string& type_name) {
 inline std::string feature_index_out_of_bounds(const std::string& name, const std::string& idx, long long count) {
     return "feature_index['" + name + "'] = " + idx + " is out of bounds for " + std::to_string(count) + " features";
 }
+inline std::string first_feature_not_matrix(const std::string& shape) {
+    return "'feature_0' must be a two-dimensional (T, N_alloc) matrix; got shape " + shape;
+}
 inline std::string feature_dimension_mismatch(const std::string& ref_shape, long long i, const std::string& shape) {
     return "Feature dimension mismatch: 'feature_0' shape " + ref_shape + " vs 'feature_" + std::to_string(i) +
            "' shape " + shape;
