@@ -149,6 +149,9 @@ inline std::string filtration_failed(const std::string& desc, const std::string&
 inline std::string fast_path_result_shape(const std::string& shape) {
     return "Fast path result must be a two-dimensional (T, N_alloc) matrix; got shape " + shape;
 }
+inline std::string rolling_without_data(const std::string& path) {
+    return "Rolling statistic at node '" + path + "' has no data child";
+}
 inline std::string window_too_small(const std::string& window) {
     return "window must be at least 1, got " + window;
 }
