@@ -34,6 +34,11 @@ class OddShape:
         self.shape = shape
 
 
+def fresh(error):
+    """A new exception like `error`: raising one instance again would grow its traceback each time."""
+    return type(error)(*error.args)
+
+
 class ScriptedInstance:
     """A function instance returning `results[t % len(results)]` on its t-th call.
 
@@ -50,17 +55,17 @@ class ScriptedInstance:
         result = self.results[self.calls % len(self.results)]
         self.calls += 1
         if isinstance(result, BaseException):
-            raise result
+            raise fresh(result)
         return result
 
     def get_state(self):
         if isinstance(self.state, BaseException):
-            raise self.state
+            raise fresh(self.state)
         return self.state
 
     def set_state(self, data):
         if isinstance(data, BaseException):
-            raise data
+            raise fresh(data)
 
 
 class ScriptedRegistry:
@@ -133,3 +138,10 @@ def row_results(n):
     return [np.ones(n), np.ones(n + 1), np.ones((n, 1)), np.float64(2.0), np.ones(n, dtype=np.float32),
             np.array(["a"] * n), np.ones(n, dtype=object), [1.0] * n, None, "text", object(),
             np.ones(n, dtype=complex), np.ones(0), DrawnError("row failed")]
+
+
+class FailingIndex(dict):
+    """A feature_index whose membership test raises."""
+
+    def __contains__(self, name):
+        raise DrawnError("feature_index lookup failed")

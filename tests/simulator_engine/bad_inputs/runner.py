@@ -34,6 +34,14 @@ class Outcome:
         return self.kind in ("crash", "hang") or self.detail.startswith(UNTYPED_ERRORS)
 
 
+def case_text(case) -> str:
+    """repr(case) for failure reports; a case holding unprintable names is still described."""
+    try:
+        return repr(case)[:4000]
+    except Exception:  # noqa: BLE001 - a drawn name's repr may raise
+        return "<case with unprintable parts>"
+
+
 class CaseRunner:
     """Parent side: one worker at a time, restarted after a crash or a hang."""
 

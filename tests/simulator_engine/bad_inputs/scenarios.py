@@ -5,13 +5,15 @@ outcome (a result or a typed error) through to the parent.
 """
 from __future__ import annotations
 
+import os
 import threading
 
 import numpy as np
 
+from quillmarsh.functions.builtins.rank import LatitudinalRank
 from quillmarsh.functions.registry import default_registry
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import FunctionExecutionError, FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import FunctionExecutionError, FunctionGraphNode as Node, SimulatorEngineError
 
 from .fakes import CacheDroppingIndex, DrawnError, ScriptedInstance, ScriptedRegistry
 
@@ -111,3 +113,45 @@ def cache_dropped_by_feature_index():
     results = [ee.evaluate(graph, ctx, bound_function_instances=bound).weights for _ in range(3)]
     for weights in results:
         np.testing.assert_array_equal(weights, np.full((3, 2), 5.0))
+
+
+def evaluate_drawn(entry, graph, fields, options):
+    """One drawn case: a context built from `fields`, then `entry` called on `graph`."""
+    if entry == "identities":
+        ee.generate_node_identities(graph)
+    elif entry == "warm-up":
+        ee._compute_graph_warmup_rows(graph, fields.get("registry"))
+    else:
+        ctx = ee.EvaluationContext(**fields)
+        for _ in range(2 if entry == "evaluate twice" else 1):
+            ee.evaluate(graph, ctx, **options)
+
+
+def resident_bytes():
+    with open("/proc/self/statm") as statm:
+        return int(statm.read().split()[1]) * os.sysconf("SC_PAGE_SIZE")
+
+
+def repeated_evaluations(count, allowed_growth):
+    """`count` evaluations of small graphs, half of them raising, grow the resident memory little."""
+    graph = Node("rotation", "user", [Node("rotation", RANK, [Node("feature", "x")]), Node("float", 2.0)])
+    cols = 64  # wide enough rows that one leaked row per evaluation shows
+    ctx = context(rows=5, cols=cols)
+    # Every other evaluation raises: a failing instance, or a result of the wrong shape.
+    instances = [ScriptedInstance([np.ones(cols)]), ScriptedInstance([DrawnError("row failed")]),
+                 ScriptedInstance([np.ones(cols)]), ScriptedInstance([np.ones(cols + 1)])]
+
+    def evaluate(i):
+        bound = {"root": instances[i % 4], "root.c0": LatitudinalRank()}
+        try:
+            ee.evaluate(graph, ctx, bound_function_instances=bound)
+        except SimulatorEngineError:
+            pass
+
+    for i in range(count // 10):  # caches, interned strings and allocator pools settle first
+        evaluate(i)
+    before = resident_bytes()
+    for i in range(count):
+        evaluate(i)
+    growth = resident_bytes() - before
+    assert growth <= allowed_growth, f"{count} evaluations grew the resident memory by {growth} bytes"
