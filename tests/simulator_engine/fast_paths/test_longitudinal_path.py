@@ -4,6 +4,7 @@ import numpy as np
 import pytest
 
 from quillmarsh._reference.rolling import rolling_reference
+from quillmarsh.functions.registry import default_registry
 from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
 
@@ -26,8 +27,10 @@ def test_detector_inputs(rows, states, nan_features, fields, expected):
 
 @pytest.mark.parametrize("graph, expected", [
     (feature(), True), (rolling(MEAN, rolling(ZSCORE, feature("open"))), True),
-    (rolling(MEAN, feature(), Node("string", "x"), Node("bool", True)), True),
-    (rolling(MEAN, feature(), Node("int", 0)), True),  # the first "int" is the window
+    # Literal children beyond the window become configuration the rolling
+    # instance refuses, and a later "int" replaces the window, as in the general evaluator.
+    (rolling(MEAN, feature(), Node("string", "x"), Node("bool", True)), False),
+    (rolling(MEAN, feature(), Node("int", 0)), False), (rolling(MEAN, feature(), Node("int", 5)), True),
     (rolling(MEAN, feature("missing")), False), (rolling(MEAN, rolling("other_function", feature())), False),
     (rolling(MEAN, feature(), feature("open")), False), (rolling(MEAN, feature(), Node("float", 2.0)), False),
     (Node("rotation", MEAN, [feature(), Node("string", "3")]), False), (rolling(MEAN, feature(), window=0), False),
@@ -55,18 +58,16 @@ def test_registry_errors_that_are_not_ordinary_propagate():
         ee._registry_allows_stub_fast_path(registry, MEAN)
 
 
-@pytest.mark.parametrize("children, expected", [
-    ([feature(), Node("int", 5), Node("int", 7)], 5), ([Node("string", "a"), Node("int", 3.9)], 3),
-    ([Node("int", -3.9)], -3), ([Node("int", "12")], 12), ([feature(), Node("float", 2.0)], None), ([], None),
+@pytest.mark.parametrize("children, config, expected", [
+    ([feature(), Node("int", 5), Node("int", 7)], None, 7), ([Node("string", "a"), Node("int", 3)], None, 3),
+    ([feature()], {"window": np.int64(4)}, 4), ([Node("int", 3)], {"window": 9}, 3),
+    ([Node("int", 3.9)], None, None), ([Node("int", "12")], None, None), ([Node("int", True)], None, None),
+    ([Node("bool", True)], None, None), ([Node("int", "abc")], None, None), ([Node("int", -3)], None, None),
+    ([feature(), Node("float", 2.0)], None, None), ([], None, None), ([Node("int", 3)], {"invert": True}, None),
 ])
-def test_window_child(children, expected):
-    assert ee._get_int_window_child(children) == expected
-
-
-def test_unconvertible_window_propagates_from_the_detector():
-    graph = Node("rotation", MEAN, [feature(), Node("int", "abc")])
-    with pytest.raises(ValueError):
-        ee._can_use_longitudinal_fast_path(graph, context(registry=STUBS), None, MIN_ROWS)
+def test_window_is_the_one_the_general_evaluator_would_use(children, config, expected):
+    node = Node("rotation", MEAN, children, config=config)
+    assert ee._longitudinal_window(default_registry(), node) == expected
 
 
 def _masked_context(rows, cols=2):
@@ -94,3 +95,15 @@ def test_peak_memory_stays_within_three_matrices():
     finally:
         tracemalloc.stop()
     assert peak <= 3 * ctx.features[0].nbytes
+
+
+@pytest.mark.parametrize("extra, error", [
+    ([Node("string", "x")], TypeError), ([Node("bool", True)], TypeError), ([Node("int", 0)], ValueError),
+    ([Node("int", "7")], TypeError),
+], ids=["string", "bool", "zero-window", "text-window"])
+@pytest.mark.parametrize("rows", [MIN_ROWS - 1, MIN_ROWS], ids=["general", "fast"])
+def test_graphs_the_general_evaluator_refuses_fail_whichever_path_runs(extra, error, rows):
+    ctx = ee.EvaluationContext([np.ones((rows, 1))], {"close": 0}, universe=np.ones((rows, 1)),
+                               registry=default_registry())
+    with pytest.raises(error):
+        ee.evaluate(rolling(MEAN, feature(), *extra), ctx)

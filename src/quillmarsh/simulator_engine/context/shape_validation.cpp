@@ -12,8 +12,14 @@ namespace {
 
 nb::tuple shape_tuple(nb::handle array_like) { return nb::tuple(array_like.attr("shape")); }
 
+// True when `shape` has a first dimension equal to the first dimension of `ref`;
+// a shape without dimensions matches nothing.
+bool same_row_count(const nb::tuple& shape, const nb::tuple& ref) {
+    if (shape.size() == 0 || ref.size() == 0) return false;
+    return compare(item_at(shape, 0), item_at(ref, 0), Py_EQ);
+}
+
 void validate_signals(nb::handle useful_signals, const nb::tuple& ref) {
-    nb::object ref_rows = ref[0];
     for (nb::handle item : useful_signals.attr("items")()) {
         nb::handle sid = item[0];
         nb::handle signal = item[1];
@@ -25,7 +31,7 @@ void validate_signals(nb::handle useful_signals, const nb::tuple& ref) {
         nb::object pnl = getattr_or_none(signal, "pnl");
         if (pnl.is_none()) continue;
         nb::tuple pnl_shape = shape_tuple(pnl);
-        if (pnl_shape.size() == 0 || !compare(pnl_shape[0], ref_rows, Py_EQ)) {
+        if (!same_row_count(pnl_shape, ref)) {
             raise_error(host().EvaluationError, msg::signal_pnl_shape(text_of(sid), text_of(pnl_shape), text_of(ref)));
         }
     }
@@ -35,10 +41,10 @@ void validate_signals(nb::handle useful_signals, const nb::tuple& ref) {
 
 void validate_evaluation_shapes(nb::handle features, nb::handle universe, nb::handle useful_signals) {
     if (is_none_or_empty(features)) return;
-    nb::tuple ref = shape_tuple(features[0]);
+    nb::tuple ref = shape_tuple(item_at(features, 0));
     Py_ssize_t count = length_of(features);
     for (Py_ssize_t i = 1; i < count; ++i) {
-        nb::tuple shape = shape_tuple(features[i]);
+        nb::tuple shape = shape_tuple(item_at(features, i));
         if (!compare(shape, ref, Py_EQ)) {
             raise_error(host().EvaluationError, msg::feature_dimension_mismatch(text_of(ref), i, text_of(shape)));
         }

@@ -7,6 +7,7 @@
 
 #include <nanobind/stl/string.h>
 
+#include "host/format.hpp"
 #include "host/host.hpp"
 #include "host/pyclass.hpp"
 
@@ -52,8 +53,8 @@ nb::object forward_attribute(nb::handle self, nb::str name) {
 }
 
 std::string result_repr(nb::handle self) {
-    return "EvaluationResult(weights=" + std::string(nb::repr(self.attr("weights")).c_str()) +
-           ", states=" + std::string(nb::repr(self.attr("states")).c_str()) + ")";
+    return "EvaluationResult(weights=" + repr_of(self.attr("weights")) + ", states=" + repr_of(self.attr("states")) +
+           ")";
 }
 
 }  // namespace

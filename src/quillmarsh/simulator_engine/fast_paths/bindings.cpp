@@ -1,5 +1,6 @@
 // Module surface of the fast paths and the masking rule.
 #include <nanobind/nanobind.h>
+#include <nanobind/stl/string.h>
 
 #include "fast_paths/leaf.hpp"
 #include "fast_paths/longitudinal_path.hpp"
@@ -33,7 +34,7 @@ void export_fast_paths(nb::module_& m) {
     m.def("_can_use_longitudinal_fast_path", &can_use_longitudinal_fast_path, "graph"_a, "context"_a,
           "function_states"_a.none(), "T"_a, nb::kw_only(), "data_nan_features"_a.none() = nb::none());
     m.def("_registry_allows_stub_fast_path", &registry_allows_stub_fast_path, "registry"_a.none(), "name"_a.none());
-    m.def("_get_int_window_child", &get_int_window_child, "children"_a);
+    m.def("_longitudinal_window", &longitudinal_window, "registry"_a.none(), "node"_a, "path"_a = "root");
     m.def("_evaluate_longitudinal_fast", &evaluate_longitudinal_fast, "graph"_a, "context"_a);
     m.def("_evaluate_longitudinal_fast_node", &evaluate_longitudinal_fast_node, "node"_a, "context"_a);
 

@@ -1,12 +1,19 @@
 #include "fast_paths/longitudinal_path.hpp"
 
+#include <string>
+#include <vector>
+
 #include "fast_paths/common.hpp"
 #include "fast_paths/leaf.hpp"
 #include "fast_paths/longitudinal_names.hpp"
 #include "fast_paths/rolling_entry.hpp"
 #include "graph/accessors.hpp"
+#include "graph/effective_config.hpp"
 #include "graph/identities.hpp"
 #include "host/arrays.hpp"
+#include "host/errors.hpp"
+#include "host/host.hpp"
+#include "host/messages.hpp"
 #include "host/pyutil.hpp"
 
 namespace qm {
@@ -32,24 +39,24 @@ public:
     explicit ShapeCheck(nb::handle context)
         : feature_index_(context.attr("feature_index")), registry_(getattr_or_none(context, "registry")) {}
 
-    bool supported(nb::handle node) const {
+    bool supported(nb::handle node, const std::string& path) const {
         RecursionGuard guard(" while checking a longitudinal graph");
-        nb::object type = require_graph_type_value(node, "fast_path");
-        if (is_feature_leaf_type(type)) return contains(feature_index_, require_graph_node_value(node, "fast_path"));
+        nb::object type = require_graph_type_value(node, path);
+        if (is_feature_leaf_type(type)) return contains(feature_index_, require_graph_node_value(node, path));
         if (!str_eq(type, "rotation")) return false;
-        nb::object name = require_graph_node_value(node, "fast_path");
+        nb::object name = require_graph_node_value(node, path);
         if (!is_longitudinal_fast_name(name)) return false;
         if (!registry_allows_stub_fast_path(registry_, name)) return false;
-        nb::object children = graph_children(node);
-        nb::list data_children;
-        for (nb::handle child : children) {
-            if (!is_literal_child_type(require_graph_type_value(child, "fast_path.child"))) data_children.append(child);
+        std::vector<size_t> data_children;
+        size_t i = 0;
+        for (nb::handle child : graph_children(node)) {
+            if (!is_literal_child_type(require_graph_type_value(child, child_path(path, i)))) data_children.push_back(i);
+            ++i;
         }
         if (data_children.size() != 1) return false;
-        nb::object window = get_int_window_child(children);
-        // A window below 1 has no rolling statistic: the general evaluator decides.
-        if (window.is_none() || window < nb::int_(1)) return false;
-        return supported(data_children[0]);
+        if (longitudinal_window(registry_, node, path).is_none()) return false;
+        return supported(item_at(graph_children(node), static_cast<Py_ssize_t>(data_children[0])),
+                         child_path(path, data_children[0]));
     }
 
 private:
@@ -57,15 +64,20 @@ private:
     nb::object registry_;
 };
 
-// The first child that is not a literal, or None.
-nb::object first_data_child(nb::handle children) {
+nb::object evaluate_node(nb::handle node, nb::handle context, const std::string& path) {
+    RecursionGuard guard(" while evaluating a longitudinal graph");
+    if (is_feature_leaf_type(require_graph_type_value(node, path))) return feature_matrix_for_fast_path(node, context);
     size_t i = 0;
-    for (nb::handle child : children) {
-        if (!is_literal_child_type(require_graph_type_value(child, child_path("fast_path.eval", i++)))) {
-            return nb::borrow(child);
-        }
+    for (nb::handle child : graph_children(node)) {
+        std::string identity = child_path(path, i++);
+        if (is_literal_child_type(require_graph_type_value(child, identity))) continue;
+        // `data` (the inner level's matrix) is released on return, so at most
+        // two levels' matrices are alive at once.
+        nb::object data = evaluate_node(child, context, identity);
+        nb::object window = longitudinal_window(getattr_or_none(context, "registry"), node, path);
+        return rolling_longitudinal_fast(data, window, require_graph_node_value(node, path));
     }
-    return nb::none();
+    raise_error(host().EvaluationError, msg::rolling_without_data(path));
 }
 
 }  // namespace
@@ -80,7 +92,7 @@ bool can_use_longitudinal_fast_path(nb::handle graph, nb::handle context, nb::ha
     if (rows < kLongitudinalFastMinRows) return false;
     if (!function_states.is_none()) return false;  // an empty map disqualifies too
     if (!context_has_no_signals_or_transforms(context)) return false;
-    return ShapeCheck(context).supported(graph);
+    return ShapeCheck(context).supported(graph, "root");
 }
 
 bool registry_allows_stub_fast_path(nb::handle registry, nb::handle name) {
@@ -100,13 +112,19 @@ bool registry_allows_stub_fast_path(nb::handle registry, nb::handle name) {
     return !is_present(getattr_or_none(entry, "factory")) && !is_present(getattr_or_none(entry, "implementation"));
 }
 
-nb::object get_int_window_child(nb::handle children) {
-    size_t i = 0;
-    for (nb::handle child : children) {
-        std::string path = child_path("window", i++);
-        if (str_eq(require_graph_type_value(child, path), "int")) return nb::int_(require_graph_node_value(child, path));
+nb::object longitudinal_window(nb::handle registry, nb::handle node, const std::string& path) {
+    EffectiveConfig effective = effective_config(registry, node, require_graph_node_value(node, path), path);
+    if (PyDict_Size(effective.config.ptr()) != 1) return nb::none();
+    nb::object window = nb::borrow(PyDict_GetItemString(effective.config.ptr(), "window"));
+    if (!window.is_valid() || PyBool_Check(window.ptr())) return nb::none();
+    nb::object length = nb::steal(PyNumber_Index(window.ptr()));
+    if (!length.is_valid()) {
+        if (!PyErr_ExceptionMatches(PyExc_TypeError)) throw nb::python_error();
+        PyErr_Clear();
+        return nb::none();
     }
-    return nb::none();
+    if (length < nb::int_(1)) return nb::none();
+    return length;
 }
 
 nb::object evaluate_longitudinal_fast(nb::handle graph, nb::handle context) {
@@ -114,16 +132,7 @@ nb::object evaluate_longitudinal_fast(nb::handle graph, nb::handle context) {
 }
 
 nb::object evaluate_longitudinal_fast_node(nb::handle node, nb::handle context) {
-    RecursionGuard guard(" while evaluating a longitudinal graph");
-    if (is_feature_leaf_type(require_graph_type_value(node, "fast_path.eval"))) {
-        return feature_matrix_for_fast_path(node, context);
-    }
-    nb::object children = graph_children(node);
-    // `data` (the inner level's matrix) is released on return, so at most two
-    // levels' matrices are alive at once.
-    nb::object data = evaluate_longitudinal_fast_node(first_data_child(children), context);
-    nb::object window = get_int_window_child(children);
-    return rolling_longitudinal_fast(data, window, require_graph_node_value(node, "fast_path.eval"));
+    return evaluate_node(node, context, "root");
 }
 
 }  // namespace qm

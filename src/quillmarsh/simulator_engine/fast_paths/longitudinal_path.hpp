@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include <nanobind/nanobind.h>
 
@@ -23,8 +24,12 @@ bool can_use_longitudinal_fast_path(nb::handle graph, nb::handle context, nb::ha
 // it (a bare stub entry).
 bool registry_allows_stub_fast_path(nb::handle registry, nb::handle name);
 
-// int() of the value of the first "int" child, or None when there is none.
-nb::object get_int_window_child(nb::handle children);
+// The window the general evaluator would create the rolling instance of `node`
+// (at `path`) with, as an int; None when it could not create one (a
+// configuration other than a single integer window of at least 1, bools
+// refused), so that the general evaluator reports the error and a graph never
+// evaluates on one path while failing on the other.
+nb::object longitudinal_window(nb::handle registry, nb::handle node, const std::string& path);
 
 // The chain's (T, N_alloc) float64 C-contiguous result.
 nb::object evaluate_longitudinal_fast(nb::handle graph, nb::handle context);

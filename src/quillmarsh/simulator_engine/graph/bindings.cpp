@@ -8,6 +8,7 @@
 #include "graph/accessors.hpp"
 #include "graph/config_validation.hpp"
 #include "graph/identities.hpp"
+#include "host/format.hpp"
 
 namespace nb = nanobind;
 using namespace nb::literals;
@@ -54,14 +55,14 @@ void export_graph(nb::module_& m) {
           "node"_a.none(), "key"_a);
     m.def("_require_graph_field",
           [](nb::handle node, const std::string& key, nb::handle path) {
-              return require_graph_field(node, key.c_str(), nb::str(path).c_str());
+              return require_graph_field(node, key.c_str(), text_of(path));
           },
           "node"_a.none(), "key"_a, "path"_a);
     m.def("_require_graph_type_value",
-          [](nb::handle node, nb::handle path) { return require_graph_type_value(node, nb::str(path).c_str()); },
+          [](nb::handle node, nb::handle path) { return require_graph_type_value(node, text_of(path)); },
           "node"_a.none(), "path"_a);
     m.def("_require_graph_node_value",
-          [](nb::handle node, nb::handle path) { return require_graph_node_value(node, nb::str(path).c_str()); },
+          [](nb::handle node, nb::handle path) { return require_graph_node_value(node, text_of(path)); },
           "node"_a.none(), "path"_a);
     m.def("_graph_children", &graph_children, "node"_a.none());
     m.def("_graph_config_dict", [](nb::handle node) { return graph_config_dict(node); }, "node"_a.none());

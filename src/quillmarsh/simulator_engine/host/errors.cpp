@@ -3,7 +3,12 @@
 namespace qm {
 
 nb::object make_error(nb::handle cls, const std::string& message) {
-    return cls(nb::str(message.data(), message.size()));
+    // Bytes that are not UTF-8 become escapes rather than a decoding error
+    // that would stand in for the error being raised.
+    nb::object text = nb::steal(
+        PyUnicode_DecodeUTF8(message.data(), static_cast<Py_ssize_t>(message.size()), "backslashreplace"));
+    if (!text.is_valid()) throw nb::python_error();
+    return cls(text);
 }
 
 void throw_error(nb::handle exc) {

@@ -4,12 +4,39 @@
 
 namespace qm {
 
-std::string text_of(nb::handle obj) { return nb::str(obj).c_str(); }
+namespace {
 
-std::string repr_of(nb::handle obj) { return nb::repr(obj).c_str(); }
+// UTF-8 bytes of a str; characters UTF-8 cannot carry (lone surrogates, as
+// os.fsdecode gives for undecodable file names) are written as backslash
+// escapes, so every str becomes message text.
+std::string utf8_text(nb::handle text) {
+    nb::object bytes = nb::steal(PyUnicode_AsEncodedString(text.ptr(), "utf-8", "backslashreplace"));
+    if (!bytes.is_valid()) throw nb::python_error();
+    return std::string(PyBytes_AS_STRING(bytes.ptr()), static_cast<size_t>(PyBytes_GET_SIZE(bytes.ptr())));
+}
+
+// str(obj) or repr(obj) as message text. When the object's own method raises an
+// ordinary exception, a placeholder naming its type stands in (as Python's
+// traceback printer does), so building a message never replaces the error the
+// message reports.
+std::string rendered(nb::handle obj, PyObject* (*render)(PyObject*)) {
+    nb::object text = nb::steal(render(obj.ptr()));
+    if (text.is_valid()) return utf8_text(text);
+    if (!PyErr_ExceptionMatches(PyExc_Exception)) throw nb::python_error();
+    PyErr_Clear();
+    return "<unprintable " + type_name_of(obj) + " object>";
+}
+
+}  // namespace
+
+std::string text_of(nb::handle obj) { return rendered(obj, PyObject_Str); }
+
+std::string repr_of(nb::handle obj) { return rendered(obj, PyObject_Repr); }
 
 std::string type_name_of(nb::handle obj) {
-    return nb::str(nb::handle(reinterpret_cast<PyObject*>(Py_TYPE(obj.ptr()))).attr("__name__")).c_str();
+    nb::object name = nb::steal(PyType_GetName(Py_TYPE(obj.ptr())));
+    if (!name.is_valid()) throw nb::python_error();
+    return utf8_text(name);
 }
 
 std::string shape_text(const std::vector<long long>& dims) {

@@ -12,10 +12,11 @@ namespace nb = nanobind;
 
 namespace qm {
 
-// str(obj)
+// str(obj) as UTF-8 message text, whatever the str holds; never fails on an
+// object whose __str__ raises (a placeholder naming its type stands in).
 std::string text_of(nb::handle obj);
 
-// repr(obj)
+// repr(obj), with the same guarantees as text_of.
 std::string repr_of(nb::handle obj);
 
 // type(obj).__name__

@@ -37,6 +37,9 @@ inline std::string feature_index_type(const std::string& type_name) {
 inline std::string feature_index_out_of_bounds(const std::string& name, const std::string& idx, long long count) {
     return "feature_index['" + name + "'] = " + idx + " is out of bounds for " + std::to_string(count) + " features";
 }
+inline std::string first_feature_not_matrix(const std::string& shape) {
+    return "'feature_0' must be a two-dimensional (T, N_alloc) matrix; got shape " + shape;
+}
 inline std::string feature_dimension_mismatch(const std::string& ref_shape, long long i, const std::string& shape) {
     return "Feature dimension mismatch: 'feature_0' shape " + ref_shape + " vs 'feature_" + std::to_string(i) +
            "' shape " + shape;
@@ -147,6 +150,9 @@ inline std::string filtration_failed(const std::string& desc, const std::string&
 // Fast paths and whole-matrix kernels.
 inline std::string fast_path_result_shape(const std::string& shape) {
     return "Fast path result must be a two-dimensional (T, N_alloc) matrix; got shape " + shape;
+}
+inline std::string rolling_without_data(const std::string& path) {
+    return "Rolling statistic at node '" + path + "' has no data child";
 }
 inline std::string window_too_small(const std::string& window) {
     return "window must be at least 1, got " + window;

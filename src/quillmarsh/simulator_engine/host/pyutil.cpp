@@ -1,5 +1,9 @@
 #include "host/pyutil.hpp"
 
+#include <pthread.h>
+
+#include <cstdint>
+
 namespace qm {
 
 bool truthy(nb::handle obj) {
@@ -52,6 +56,19 @@ Py_ssize_t index_value(nb::handle obj) {
     return n;
 }
 
+nb::object item_at(nb::handle sequence, Py_ssize_t i) {
+    PyObject* item = PySequence_GetItem(sequence.ptr(), i);
+    if (!item) throw nb::python_error();
+    return nb::steal(item);
+}
+
+std::vector<long long> shape_dims(nb::handle array_like) {
+    nb::tuple shape(array_like.attr("shape"));
+    std::vector<long long> dims;
+    for (nb::handle dim : shape) dims.push_back(index_value(dim));
+    return dims;
+}
+
 bool is_instance(nb::handle obj, nb::handle cls) {
     int r = PyObject_IsInstance(obj.ptr(), cls.ptr());
     if (r < 0) throw nb::python_error();
@@ -93,14 +110,44 @@ nb::object frozenset_of(std::initializer_list<const char*> names) {
 }
 
 namespace {
+
 thread_local int guarded_walk_depth = 0;  // nesting of RecursionGuards on this thread
+
+// Stack kept free below the deepest walk level: room for the calls one level
+// makes into the interpreter and user code (registry, feature_index, instance
+// constructors), which run on the same C stack.
+constexpr std::uintptr_t kStackReserveBytes = 96 * 1024;
+
+// Lowest usable address of this thread's stack, or 0 when unknown. Threads may
+// be started with small stacks (threading.stack_size), so the walk depth is
+// bounded by the real stack rather than by a level count alone.
+std::uintptr_t stack_floor() {
+    thread_local std::uintptr_t floor = [] {
+        pthread_attr_t attr;
+        if (pthread_getattr_np(pthread_self(), &attr) != 0) return std::uintptr_t{0};
+        void* base = nullptr;
+        size_t size = 0;
+        int rc = pthread_attr_getstack(&attr, &base, &size);
+        pthread_attr_destroy(&attr);
+        return rc == 0 ? reinterpret_cast<std::uintptr_t>(base) + kStackReserveBytes : std::uintptr_t{0};
+    }();
+    return floor;
+}
+
+bool stack_nearly_exhausted() {
+    std::uintptr_t here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
+    std::uintptr_t floor = stack_floor();
+    return floor != 0 && here < floor;
+}
+
 }  // namespace
 
 RecursionGuard::RecursionGuard(const char* where) {
     // Python's own limit on C recursion (10,000 levels) assumes small frames; a
     // walk's frames are larger, so the walks stop at the interpreter's
-    // recursion limit, as a recursive walk written in Python would.
-    if (guarded_walk_depth >= Py_GetRecursionLimit()) {
+    // recursion limit, as a recursive walk written in Python would, or earlier
+    // when the thread's stack is about to run out.
+    if (guarded_walk_depth >= Py_GetRecursionLimit() || stack_nearly_exhausted()) {
         PyErr_Format(PyExc_RecursionError, "maximum recursion depth exceeded%s", where);
         throw nb::python_error();
     }

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <string>
+#include <vector>
 
 #include <nanobind/nanobind.h>
 #include <nanobind/stl/string.h>
@@ -37,6 +38,13 @@ Py_ssize_t length_of(nb::handle obj);
 // operator.index(obj) as a C++ integer; errors propagate.
 Py_ssize_t index_value(nb::handle obj);
 
+// sequence[i] with the bounds checked (IndexError past the end); for tuples and
+// lists from callers, whose unchecked indexing would read past the end.
+nb::object item_at(nb::handle sequence, Py_ssize_t i);
+
+// The integers of obj.shape; errors propagate.
+std::vector<long long> shape_dims(nb::handle array_like);
+
 // isinstance(obj, cls); errors propagate.
 bool is_instance(nb::handle obj, nb::handle cls);
 
@@ -58,8 +66,9 @@ std::int64_t rows_within(nb::handle rows, std::int64_t limit);
 // A new frozenset of the given strings.
 nb::object frozenset_of(std::initializer_list<const char*> names);
 
-// Guards a recursive walk over caller-built trees: a cycle or a tree deeper than
-// sys.getrecursionlimit() raises RecursionError instead of exhausting the C stack.
+// Guards a recursive walk over caller-built trees: a cycle, a tree deeper than
+// sys.getrecursionlimit(), or one deeper than the thread's stack can hold raises
+// RecursionError instead of exhausting the C stack.
 class RecursionGuard {
 public:
     explicit RecursionGuard(const char* where);
