@@ -36,6 +36,19 @@ def test_neutralize_equals_the_twin(data):
     np.testing.assert_array_equal(out, indneutralize(x[None, :], codes[None, :])[0], err_msg=f"{x} {codes}")
 
 
+@given(data=st.data())
+def test_neutralize_follows_code_rows_that_repeat_and_change(data):
+    """One instance over many rows: its grouping must follow every change of the code row."""
+    n = data.draw(st.integers(1, 8))
+    code_rows = data.draw(st.lists(hnp.arrays(np.float64, n, elements=CODE), min_size=1, max_size=3))
+    order = data.draw(st.lists(st.integers(0, len(code_rows) - 1), min_size=1, max_size=12))
+    codes = np.array([code_rows[i] for i in order])
+    x = data.draw(hnp.arrays(np.float64, codes.shape, elements=CELL))
+    instance = NativeFunction(NEUTRALIZE)
+    out = np.array([instance(row_x, row_codes) for row_x, row_codes in zip(x, codes)])
+    np.testing.assert_array_equal(out, indneutralize(x, codes), err_msg=f"{x} {codes}")
+
+
 @pytest.mark.parametrize("x, expected", [
     ([1.0, 3.0, np.nan], [-1.0, 1.0, np.nan]),
     ([2.0, 2.0, np.nan], [0.0, 0.0, np.nan]),

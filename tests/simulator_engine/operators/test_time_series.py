@@ -1,16 +1,19 @@
 """Time-series native operators: against their NumPy twins, conventions, and streaming through evaluate."""
+import pickle
+
 import numpy as np
 import pytest
 from hypothesis import given, strategies as st
 from hypothesis.extra import numpy as hnp
 
+from quillmarsh._reference.rank import mask_with_universe
 from quillmarsh._reference.time_series import TIME_SERIES_REFERENCES
 from quillmarsh.functions.registry import default_registry
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
+from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, FunctionState
 from quillmarsh.simulator_engine.expression_evaluator import NativeFunction, _operator_table
 
-from ...strategies import CELL
+from ...strategies import CELL, matrices_with_universe
 
 TIME_SERIES = [row for row in _operator_table()
                if row["family"] == "time_series" and row["name"] in TIME_SERIES_REFERENCES]
@@ -115,6 +118,17 @@ def test_conventions_on_chosen_columns(alias, column, window, expected):
     np.testing.assert_allclose(out[:, 0], expected, rtol=1e-12)
 
 
+@pytest.mark.parametrize("q", [0.0, 0.3, 0.5, 1.0])
+@given(column=hnp.arrays(np.float64, st.integers(0, 200),
+                         elements=st.sampled_from([0.0, -0.0, 1.0, 1.0, 2.0, -np.inf, np.inf, np.nan])),
+       window=st.sampled_from([1, 2, 4, 7]))
+def test_quantile_keeps_its_sorted_windows_over_long_runs_of_ties(q, column, window):
+    x = column[:, None]
+    out = run_rows(NativeFunction(BY_ALIAS["ts_quantile"], window=window, q=q), [x])
+    with np.errstate(all="ignore"):
+        assert_same_cells(out, TIME_SERIES_REFERENCES[BY_ALIAS["ts_quantile"]]([x], {"window": window, "q": q}))
+
+
 @pytest.mark.parametrize("q", [-0.1, 1.5, np.nan])
 def test_quantile_outside_zero_to_one_is_refused(q):
     with pytest.raises(ValueError, match="q must be between 0 and 1"):
@@ -128,6 +142,47 @@ def test_payload_window_counts_the_rows_a_cell_needs(alias, window, payload_wind
     instance(np.ones(2))
     state = instance.get_state()
     assert (state["count"], state["window"], instance.window) == (1, payload_window, payload_window)
+
+
+@pytest.mark.parametrize("row", TIME_SERIES, ids=lambda row: row["alias"])
+@given(data=st.data())
+def test_a_restored_instance_continues_the_run(row, data):
+    """The saved history, NaN cells included, carries the run across a pickled state."""
+    inputs = data.draw(matrices(row["arity"], max_rows=20))
+    params = params_for(row, data.draw)
+    cut = data.draw(st.integers(0, inputs[0].shape[0]))
+    first = NativeFunction(row["name"], **params)
+    head = run_rows(first, [x[:cut] for x in inputs])
+    saved = pickle.loads(pickle.dumps(first.get_state()))
+    resumed = default_registry().create_instance_from_state(row["name"], FunctionState(row["name"], "1", saved),
+                                                              **params)
+    tail = run_rows(resumed, [x[cut:] for x in inputs])
+    assert saved["count"] == cut
+    assert_same_cells(np.vstack([head, tail]), run_rows(NativeFunction(row["name"], **params), inputs))
+
+
+@pytest.mark.parametrize("alias", ["ts_sum", "ema"])
+@pytest.mark.parametrize("count", [-1, 2**62 + 1])
+def test_a_count_that_cannot_keep_counting_is_refused(alias, count):
+    instance = NativeFunction(BY_ALIAS[alias], window=2)
+    instance(np.ones(3))
+    with pytest.raises(ValueError, match="count"):
+        instance.set_state({**instance.get_state(), "count": count})
+
+
+@pytest.mark.parametrize("row", TIME_SERIES, ids=lambda row: row["alias"])
+def test_state_payload_layout(row):
+    params = {"window": 3} | ({"q": 0.5} if row["alias"] == "ts_quantile" else {})
+    instance = NativeFunction(row["name"], **params)
+    assert set(instance.get_state()) == {"count", "window"}
+    instance(*[np.ones(4)] * row["arity"])
+    state = instance.get_state()
+    if row["alias"] == "ema":
+        assert (state["average"].shape, state["run"].dtype) == ((4,), np.int64)
+    else:
+        assert state["ring"].shape == (row["arity"], instance.window, 4)
+    with pytest.raises(ValueError):
+        instance(*[np.ones(5)] * row["arity"])
 
 
 def graph_of(row, params, children):
@@ -155,6 +210,21 @@ def test_streaming_in_two_parts_equals_one_evaluation(row, data):
     second, final = ee.evaluate(graph, context_of(inputs, slice(split, None)), function_states=states)
     assert_same_cells(np.vstack([first, second]), whole)
     assert final["root.c0"].data["count"] == inputs[0].shape[0]
+
+
+@pytest.mark.parametrize("row", TIME_SERIES, ids=lambda row: row["alias"])
+@given(data=st.data())
+def test_cells_outside_the_universe_enter_windows_as_nan(row, data):
+    x, universe = data.draw(matrices_with_universe(max_rows=20, max_cols=3))
+    params = params_for(row, data.draw)
+    inputs = [x] * row["arity"]
+    graph = graph_of(row, params, [Node("feature", "x0")] * row["arity"])
+    context = ee.EvaluationContext([x], {"x0": 0}, registry=default_registry(), universe=universe)
+    weights, _ = ee.evaluate(graph, context)
+    with np.errstate(all="ignore"):
+        expected = TIME_SERIES_REFERENCES[row["name"]]([mask_with_universe(m, universe) for m in inputs], params)
+    expected[:params["window"] - 1] = np.nan  # the graph's warm-up rows
+    assert_same_cells(weights, expected)
 
 
 def test_evaluate_blanks_the_warm_up_and_matches_the_twins():

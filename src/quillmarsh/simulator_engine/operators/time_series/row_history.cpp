@@ -7,6 +7,13 @@
 
 namespace qm::ops {
 
+void check_restored_count(std::int64_t count) {
+    constexpr std::int64_t limit = std::int64_t{1} << 62;
+    if (count < 0 || count > limit) {
+        throw std::invalid_argument("saved state has a count outside 0 .. 2^62, got " + std::to_string(count));
+    }
+}
+
 RowHistory::RowHistory(std::int64_t rows, std::size_t inputs) : rows_(rows), inputs_(inputs) {}
 
 void RowHistory::fix_width(std::int64_t n) {
@@ -62,7 +69,7 @@ void RowHistory::window_rows(const double** rows) const {
 }
 
 void RowHistory::restore(std::int64_t n, std::int64_t count) {
-    if (count < 0) throw std::invalid_argument("saved state has a negative count " + std::to_string(count));
+    check_restored_count(count);
     fix_width(n);
     count_ = count;
     missing_stale_ = true;

@@ -11,6 +11,10 @@
 
 namespace qm::ops {
 
+// A restored row count must leave room to keep counting: 0 <= count <= 2^62
+// (throws std::invalid_argument otherwise).
+void check_restored_count(std::int64_t count);
+
 class RowHistory {
 public:
     RowHistory(std::int64_t rows, std::size_t inputs);

@@ -19,6 +19,7 @@
 #include <string>
 
 #include "operators/time_series/kernels.hpp"
+#include "operators/time_series/row_history.hpp"
 #include "operators/time_series/windowed_operator.hpp"
 
 namespace qm::ops {
@@ -56,7 +57,7 @@ public:
 
     void restore(std::int64_t n, std::int64_t count) override {
         if (n < 0) throw std::invalid_argument("row width must not be negative, got " + std::to_string(n));
-        if (count < 0) throw std::invalid_argument("saved state has a negative count " + std::to_string(count));
+        check_restored_count(count);
         width_ = n;
         count_ = count;
         average_.assign(static_cast<std::size_t>(n), std::numeric_limits<double>::quiet_NaN());

@@ -1,8 +1,8 @@
 // Column-wise helpers over a window's rows (rows[k], k = 0 the oldest, n cells
 // each), shared by the moment and regression kernels. Every sum runs oldest to
-// newest in float64 with the columns side by side. The mean of a constant
-// column is its value itself, so its deviations are exactly zero: a constant
-// window has a covariance and slope of exactly 0 and a variance of 0.
+// newest in float64 with the columns side by side. A constant window has
+// deviations of exactly zero: its mean is its value itself, and the pair sums
+// shift by one of its values.
 #pragma once
 
 #include <algorithm>
