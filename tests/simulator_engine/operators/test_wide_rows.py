@@ -1,0 +1,38 @@
+"""Time-series operators on rows wide enough for every column grouping of the kernels: whole
+blocks, groups of four and single trailing columns give the twin's cells bit for bit."""
+import numpy as np
+import pytest
+
+from quillmarsh._reference.time_series import TIME_SERIES_REFERENCES
+from quillmarsh.simulator_engine.expression_evaluator import NativeFunction
+
+from .test_time_series import TIME_SERIES, assert_same_cells, run_rows
+
+WIDTHS = [3, 4, 9, 31, 33, 70]
+
+
+def wide_inputs(arity, width, seed):
+    """Prices with ties, a constant column, signed zeros, an infinity and NaN scattered among them."""
+    rng = np.random.default_rng(seed)
+    inputs = []
+    for _ in range(arity):
+        x = 100 + np.cumsum(rng.standard_normal((40, width)), axis=0)
+        x[rng.random(x.shape) < 0.03] = np.nan
+        x[rng.random(x.shape) < 0.1] = 100.0
+        x[:, width // 2] = 0.1
+        x[5, width - 1], x[6, width - 1], x[30, 0] = 0.0, -0.0, np.inf
+        inputs.append(x)
+    return inputs
+
+
+@pytest.mark.parametrize("width", WIDTHS)
+@pytest.mark.parametrize("row", TIME_SERIES, ids=lambda row: row["alias"])
+def test_wide_rows_equal_the_twin(row, width):
+    params = {"window": 7}
+    if any(item["name"] == "q" for item in row["param_schema"]):
+        params["q"] = 0.3
+    inputs = wide_inputs(row["arity"], width, seed=width)
+    out = run_rows(NativeFunction(row["name"], **params), inputs)
+    with np.errstate(all="ignore"):
+        expected = TIME_SERIES_REFERENCES[row["name"]](inputs, params)
+    assert_same_cells(out, expected)
