@@ -1,8 +1,10 @@
 """Time-series operators on rows wide enough for every column grouping of the kernels: whole
-blocks, groups of four and single trailing columns give the twin's cells bit for bit."""
+blocks, groups of four and single trailing columns give the twin's cells bit for bit; one rank instance
+keeps its scratch rows across rows of any width."""
 import numpy as np
 import pytest
 
+from quillmarsh._reference.rank import rank_row_reference
 from quillmarsh._reference.time_series import TIME_SERIES_REFERENCES
 from quillmarsh.simulator_engine.expression_evaluator import NativeFunction
 
@@ -36,3 +38,13 @@ def test_wide_rows_equal_the_twin(row, width):
     with np.errstate(all="ignore"):
         expected = TIME_SERIES_REFERENCES[row["name"]](inputs, params)
     assert_same_cells(out, expected)
+
+
+@pytest.mark.parametrize("widths", [[3, 300, 5], [600, 2, 400], [1, 257, 256, 0, 900]])
+def test_one_rank_instance_ranks_rows_of_changing_widths(widths):
+    rank = NativeFunction("latitudinal_rank_688068")
+    rng = np.random.default_rng(len(widths))
+    for width in widths:
+        row = np.round(rng.standard_normal(width), 1)  # ties among the cells
+        row[rng.random(width) < 0.1] = np.nan
+        assert_same_cells(rank(row), rank_row_reference(row))

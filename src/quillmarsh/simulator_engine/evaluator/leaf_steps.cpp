@@ -51,13 +51,19 @@ double literal_value(const Instruction& ins) {
 void run_feature_leaf(GeneralEvaluation& ev, Program& program, Instruction& ins, std::int64_t t) {
     double* reg = program.row(ins.reg);
     const std::int64_t n = program.n;
+    const double* universe_row = program.has_universe ? program.universe.row(t) : nullptr;
+    const double* feature_row = ins.data_nan ? nullptr : program.features[ins.source].row(t);
+    if (feature_row != nullptr && universe_row != nullptr) {  // one pass over the row
+        mask_cells(feature_row, universe_row, reg, static_cast<std::size_t>(n));
+        return;
+    }
     if (ins.data_nan) {
         std::fill(reg, reg + n, NAN);
     } else {
         copy_row(program.features[ins.source], t, ev.local_registers, ins.reg, reg, n);
     }
     if (!program.has_universe) return;
-    if (const double* universe_row = program.universe.row(t)) {
+    if (universe_row != nullptr) {
         mask_cells(reg, universe_row, reg, static_cast<std::size_t>(n));
     } else {
         mask_through_python(ev, program, ins, t);

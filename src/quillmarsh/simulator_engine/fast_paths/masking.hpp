@@ -22,9 +22,7 @@ inline bool universe_cell_inactive(double u) { return u == 0.0 || std::isnan(u);
 inline bool universe_cell_live_for_mask(double u) { return std::isfinite(u) && u != 0.0; }
 
 // out[i] = NaN where universe[i] is inactive, data[i] otherwise. `out` may alias `data`.
-inline void mask_cells(const double* data, const double* universe, double* out, std::size_t n) {
-    for (std::size_t i = 0; i < n; ++i) out[i] = universe_cell_inactive(universe[i]) ? NAN : data[i];
-}
+void mask_cells(const double* data, const double* universe, double* out, std::size_t n);
 
 // mask[i] = 1 where universe[i] is finite and non-zero, else 0.
 inline void derive_live_mask(const double* universe, std::uint8_t* mask, std::size_t n) {

@@ -13,14 +13,15 @@ constexpr int kFirstByte = 4;  // the high half of a word: bytes 4..7
 constexpr int kKeyBytes = 8;
 constexpr std::size_t kDigits = 256;
 
-using Histograms = std::array<std::array<std::uint32_t, kDigits>, kKeyBytes>;
+// One histogram per sorted byte, indexed by byte - kFirstByte.
+using Histograms = std::array<std::array<std::uint32_t, kDigits>, kKeyBytes - kFirstByte>;
 
 inline std::size_t digit(std::uint64_t word, int byte) { return (word >> (8 * byte)) & (kDigits - 1); }
 
 Histograms count_digits(const std::vector<std::uint64_t>& words) {
     Histograms counts{};
     for (std::uint64_t word : words) {
-        for (int byte = kFirstByte; byte < kKeyBytes; ++byte) ++counts[byte][digit(word, byte)];
+        for (int byte = kFirstByte; byte < kKeyBytes; ++byte) ++counts[byte - kFirstByte][digit(word, byte)];
     }
     return counts;
 }
@@ -45,8 +46,9 @@ void radix_sort_high_halves(std::vector<std::uint64_t>& words, std::vector<std::
     std::uint64_t* src = words.data();
     std::uint64_t* dst = spare.data();
     for (int byte = kFirstByte; byte < kKeyBytes; ++byte) {
-        if (counts[byte][digit(src[0], byte)] == n) continue;  // every word has this byte: already ordered
-        scatter_by_digit(src, dst, n, counts[byte], byte);
+        auto& count = counts[byte - kFirstByte];
+        if (count[digit(src[0], byte)] == n) continue;  // every word has this byte: already ordered
+        scatter_by_digit(src, dst, n, count, byte);
         std::swap(src, dst);
     }
     if (src != words.data()) std::copy(src, src + n, words.data());

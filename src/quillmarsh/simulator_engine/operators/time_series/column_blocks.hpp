@@ -7,20 +7,14 @@
 //
 // A block is L groups of four columns (Lanes); the last n % 4 columns run one
 // at a time with plain doubles through the same kernel code.
-// QM_VECTOR_CLONES compiles a function once more for AVX2 (without FMA, so no
-// multiply-add is fused and every rounding stays where the source puts it)
-// and picks that copy at load time on processors that have it.
+// Kernels built on blocks are compiled with QM_VECTOR_CLONES (AVX2 copies).
 #pragma once
 
 #include <cstdint>
 #include <cstring>
 #include <type_traits>
 
-#if defined(__x86_64__) && defined(__GNUC__) && !defined(__clang__)
-#define QM_VECTOR_CLONES __attribute__((target_clones("avx2", "default")))
-#else
-#define QM_VECTOR_CLONES
-#endif
+#include "fast_paths/vector_clones.hpp"
 
 #define QM_INLINE __attribute__((always_inline)) inline
 
