@@ -6,7 +6,6 @@
 
 #include "evaluator/node_steps.hpp"
 #include "evaluator/row_arrays.hpp"
-#include "fast_paths/masking.hpp"
 #include "fast_paths/universe_mask.hpp"
 #include "host/arrays.hpp"
 #include "host/errors.hpp"
@@ -51,23 +50,12 @@ double literal_value(const Instruction& ins) {
 void run_feature_leaf(GeneralEvaluation& ev, Program& program, Instruction& ins, std::int64_t t) {
     double* reg = program.row(ins.reg);
     const std::int64_t n = program.n;
-    const double* universe_row = program.has_universe ? program.universe.row(t) : nullptr;
-    const double* feature_row = ins.data_nan ? nullptr : program.features[ins.source].row(t);
-    if (feature_row != nullptr && universe_row != nullptr) {  // one pass over the row
-        mask_cells(feature_row, universe_row, reg, static_cast<std::size_t>(n));
-        return;
-    }
     if (ins.data_nan) {
         std::fill(reg, reg + n, NAN);
     } else {
         copy_row(program.features[ins.source], t, ev.local_registers, ins.reg, reg, n);
     }
-    if (!program.has_universe) return;
-    if (universe_row != nullptr) {
-        mask_cells(reg, universe_row, reg, static_cast<std::size_t>(n));
-    } else {
-        mask_through_python(ev, program, ins, t);
-    }
+    if (program.has_universe && !program.mask_row(reg, t)) mask_through_python(ev, program, ins, t);
 }
 
 void run_literal(Program& program, Instruction& ins) {

@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "fast_paths/masking.hpp"
 #include "graph/identities.hpp"
 #include "host/arrays.hpp"
 #include "operators/native_function.hpp"
@@ -160,6 +161,17 @@ Program compile_program(GeneralEvaluation& ev) {
     bind_universe(ev, program);
     bind_node_outputs(ev, program);
     return program;
+}
+
+bool Program::mask_row(double* values, std::int64_t t) {
+    const double* universe_row = universe.row(t);
+    if (universe_row == nullptr) return false;
+    if (universe_row != inactive_of) {
+        inactive_columns(universe_row, static_cast<std::size_t>(n), inactive);
+        inactive_of = universe_row;
+    }
+    blank_columns(values, inactive);
+    return true;
 }
 
 }  // namespace qm

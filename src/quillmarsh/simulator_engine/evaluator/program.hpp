@@ -86,6 +86,8 @@ struct Program {
     std::vector<RowSource> features;    // feature matrices read by the leaves
     bool has_universe = false;
     RowSource universe;
+    const double* inactive_of = nullptr;   // the universe row `inactive` lists
+    std::vector<std::uint32_t> inactive;   // its inactive columns
     bool views = false;                 // arguments are register views (bound instances), else copies
     double* registers = nullptr;        // local_registers: row r at registers + r * n
     std::int64_t n = 0;
@@ -96,6 +98,12 @@ struct Program {
     nb::object signal_pnl_kwnames;      // ("signal_pnl",)
 
     double* row(std::int64_t reg) const { return registers + reg * n; }
+
+    // Sets the cells of `values` outside the universe at row t to NaN, where
+    // the universe row is readable from C++; false when it must be masked
+    // through Python. The inactive columns are listed once per row, so each
+    // node's row costs a store per inactive cell.
+    bool mask_row(double* values, std::int64_t t);
 };
 
 // Compiles the prepared evaluation's nodes, in topo_order.

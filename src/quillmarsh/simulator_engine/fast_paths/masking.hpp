@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace qm {
 
@@ -23,6 +24,14 @@ inline bool universe_cell_live_for_mask(double u) { return std::isfinite(u) && u
 
 // out[i] = NaN where universe[i] is inactive, data[i] otherwise. `out` may alias `data`.
 void mask_cells(const double* data, const double* universe, double* out, std::size_t n);
+
+// The columns whose universe value is inactive, in order: setting those cells
+// of a row to NaN masks it as mask_cells does, touching only those cells.
+void inactive_columns(const double* universe, std::size_t n, std::vector<std::uint32_t>& columns);
+
+inline void blank_columns(double* row, const std::vector<std::uint32_t>& columns) {
+    for (std::uint32_t column : columns) row[column] = NAN;
+}
 
 // mask[i] = 1 where universe[i] is finite and non-zero, else 0.
 inline void derive_live_mask(const double* universe, std::uint8_t* mask, std::size_t n) {
