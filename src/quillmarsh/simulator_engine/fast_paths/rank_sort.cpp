@@ -74,15 +74,6 @@ void order_runs_by_full_key(const std::uint64_t* keys, std::vector<std::uint64_t
 
 }  // namespace
 
-std::uint64_t rank_order_key(double value) {
-    double normalised = value + 0.0;  // -0.0 becomes 0.0
-    std::uint64_t bits;
-    std::memcpy(&bits, &normalised, sizeof bits);
-    // Negative values: all bits flipped (larger magnitude sorts first);
-    // non-negative values: sign bit set, so they follow every negative value.
-    return (bits >> 63) ? ~bits : (bits | (std::uint64_t{1} << 63));
-}
-
 void sort_rank_words(const std::uint64_t* keys, std::vector<std::uint64_t>& words, std::vector<std::uint64_t>& spare) {
     if (words.size() < kRadixMinCells) {
         sort_by_full_key(keys, words.data(), words.data() + words.size());
