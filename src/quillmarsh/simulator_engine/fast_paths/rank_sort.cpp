@@ -26,16 +26,27 @@ Histograms count_digits(const std::vector<std::uint64_t>& words) {
     return counts;
 }
 
-// One stable counting pass on byte `byte`, from `src` into `dst`.
+// One stable counting pass on byte `byte`, from `src` into `dst`. The front
+// half fills each digit's slots from its first slot up, the back half (read
+// backwards) from its last slot down: two independent chains of counter
+// updates, so words sharing a digit do not wait on one counter in turn.
 void scatter_by_digit(const std::uint64_t* src, std::uint64_t* dst, std::size_t n,
-                      std::array<std::uint32_t, kDigits>& count, int byte) {
+                      const std::array<std::uint32_t, kDigits>& count, int byte) {
+    std::array<std::uint32_t, kDigits> first, end;
     std::uint32_t offset = 0;
-    for (std::uint32_t& slot : count) {
-        std::uint32_t here = slot;
-        slot = offset;
-        offset += here;
+    for (std::size_t d = 0; d < kDigits; ++d) {
+        first[d] = offset;
+        offset += count[d];
+        end[d] = offset;
     }
-    for (std::size_t i = 0; i < n; ++i) dst[count[digit(src[i], byte)]++] = src[i];
+    const std::size_t half = n / 2;
+    for (std::size_t i = 0; i < half; ++i) {
+        const std::uint64_t front = src[i];
+        const std::uint64_t back = src[n - 1 - i];
+        dst[first[digit(front, byte)]++] = front;
+        dst[--end[digit(back, byte)]] = back;
+    }
+    if (n % 2 != 0) dst[first[digit(src[half], byte)]] = src[half];
 }
 
 // Orders `words` by their high halves.
