@@ -59,6 +59,7 @@ void run_feature_leaf(GeneralEvaluation& ev, Program& program, Instruction& ins,
 }
 
 void run_literal(Program& program, Instruction& ins) {
+    if (ins.ready && program.literal_rows_stay) return;
     if (!ins.ready) {
         ins.value = literal_value(ins);
         ins.ready = true;

@@ -89,6 +89,7 @@ struct Program {
     const double* inactive_of = nullptr;   // the universe row `inactive` lists
     std::vector<std::uint32_t> inactive;   // its inactive columns
     bool views = false;                 // arguments are register views (bound instances), else copies
+    bool literal_rows_stay = false;     // no step runs Python, so literal rows are written once
     double* registers = nullptr;        // local_registers: row r at registers + r * n
     std::int64_t n = 0;
     std::int64_t root_reg = 0;
