@@ -48,3 +48,14 @@ def test_one_rank_instance_ranks_rows_of_changing_widths(widths):
         row = np.round(rng.standard_normal(width), 1)  # ties among the cells
         row[rng.random(width) < 0.1] = np.nan
         assert_same_cells(rank(row), rank_row_reference(row))
+
+
+@pytest.mark.parametrize("width", [1, 9, 37])
+@pytest.mark.parametrize("alias", ["ts_min", "ts_max"])
+@pytest.mark.parametrize("oldest", [0.0, -0.0])
+def test_extremes_of_signed_zeros_are_the_oldest_zero(alias, oldest, width):
+    name = next(row["name"] for row in TIME_SERIES if row["alias"] == alias)
+    extreme = NativeFunction(name, window=3)
+    for zero in (oldest, -oldest, -oldest):
+        out = extreme(np.full(width, zero))
+    assert (np.signbit(out) == np.signbit(oldest)).all()
