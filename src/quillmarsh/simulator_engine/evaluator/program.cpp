@@ -2,6 +2,7 @@
 
 #include <map>
 
+#include "evaluator/repeated_nodes.hpp"
 #include "fast_paths/masking.hpp"
 #include "graph/identities.hpp"
 #include "host/arrays.hpp"
@@ -176,6 +177,7 @@ Program compile_program(GeneralEvaluation& ev) {
     bind_universe(ev, program);
     bind_node_outputs(ev, program);
     program.literal_rows_stay = only_native_steps(program);
+    share_repeated_nodes(ev, program);
     return program;
 }
 

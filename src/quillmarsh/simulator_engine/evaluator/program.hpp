@@ -17,7 +17,8 @@
 
 namespace qm {
 
-enum class OpKind : std::uint8_t { Inert, Feature, Literal, Filtration, Reduction, Rotation, Precomputed };
+// Repeat: a function node that computes what an earlier node computes; its row is copied.
+enum class OpKind : std::uint8_t { Inert, Feature, Literal, Filtration, Reduction, Rotation, Precomputed, Repeat };
 
 enum class LiteralRule : std::uint8_t { Float, Int, Bool, String };
 
@@ -71,6 +72,8 @@ struct Instruction {
     ops::RowOperator* native = nullptr;
     std::vector<const double*> native_inputs;  // the data children's register rows
     bool native_into_scratch = false;          // the node's register is also an input
+    std::int64_t same_as = -1;                 // Repeat: register of the earlier node
+    nb::object same_instance;                  // Repeat: the earlier node's instance
 
     // Reduction and filtration plans, built at the node's first row.
     nb::object reduction_record;
