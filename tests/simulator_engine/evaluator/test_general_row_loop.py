@@ -44,6 +44,20 @@ def test_bound_instances_get_register_views_and_int_children_unless_their_arity_
     assert all(a.base is ctx.registers and a.shape == (3,) and a.dtype == np.float64 for a in args)
 
 
+@pytest.mark.parametrize("value", [2.5, -1.0])
+def test_a_literal_row_overwritten_through_a_view_is_written_again_at_the_next_row(value):
+    seen = []
+
+    def spoil(close, literal):
+        seen.append(literal.copy())
+        literal[:] = 99.0  # the register behind the view
+        return close
+
+    _run(Fn(spoil), Node("float", value))
+    assert len(seen) > 1
+    np.testing.assert_array_equal(np.array(seen), np.full((len(seen), 3), value))
+
+
 def test_registry_instances_get_copies_context_and_no_int_or_config_children():
     ctx = make_context(registry=FakeRegistry({"f": lambda: f}))
     f = Fn(lambda x, y: x)

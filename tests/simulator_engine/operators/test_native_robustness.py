@@ -20,6 +20,7 @@ EXPECTED = (TypeError, ValueError, KeyError, OverflowError)
 
 def instances():
     for row in _operator_table():
+        # Valid parameters for every operator: a window of 2, a number inside every range.
         yield NativeFunction(row["name"], **{item["name"]: 2 if item["type"] == "int" else 0.5
                                              for item in row["param_schema"] or []})
 

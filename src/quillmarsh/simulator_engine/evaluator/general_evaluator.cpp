@@ -6,6 +6,7 @@
 #include "evaluator/general_evaluation.hpp"
 #include "evaluator/preparation.hpp"
 #include "evaluator/program.hpp"
+#include "evaluator/repeated_nodes.hpp"
 #include "evaluator/result.hpp"
 #include "evaluator/row_loop.hpp"
 #include "evaluator/states.hpp"
@@ -41,6 +42,7 @@ nb::object run_general_evaluator(nb::handle graph, nb::handle context, const Eva
     prepare(ev);
     Program program = compile_program(ev);
     run_row_loop(ev, program);
+    copy_repeated_states(program);
     finish_rows(ev);
     nb::dict states = collect_states(ev);
     return make_result(ev.output_weights, states, ev.provenance.nan_source(), ev.node_outputs);

@@ -6,7 +6,6 @@
 
 #include "evaluator/node_steps.hpp"
 #include "evaluator/row_arrays.hpp"
-#include "fast_paths/masking.hpp"
 #include "fast_paths/universe_mask.hpp"
 #include "host/arrays.hpp"
 #include "host/errors.hpp"
@@ -56,15 +55,11 @@ void run_feature_leaf(GeneralEvaluation& ev, Program& program, Instruction& ins,
     } else {
         copy_row(program.features[ins.source], t, ev.local_registers, ins.reg, reg, n);
     }
-    if (!program.has_universe) return;
-    if (const double* universe_row = program.universe.row(t)) {
-        mask_cells(reg, universe_row, reg, static_cast<std::size_t>(n));
-    } else {
-        mask_through_python(ev, program, ins, t);
-    }
+    if (program.has_universe && !program.mask_row(reg, t)) mask_through_python(ev, program, ins, t);
 }
 
 void run_literal(Program& program, Instruction& ins) {
+    if (ins.ready && program.literal_rows_stay) return;
     if (!ins.ready) {
         ins.value = literal_value(ins);
         ins.ready = true;

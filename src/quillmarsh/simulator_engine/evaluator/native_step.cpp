@@ -14,7 +14,6 @@
 #include <stdexcept>
 
 #include "evaluator/node_steps.hpp"
-#include "fast_paths/masking.hpp"
 #include "host/errors.hpp"
 #include "host/format.hpp"
 #include "host/host.hpp"
@@ -47,11 +46,7 @@ void run_native(GeneralEvaluation& ev, Program& program, Instruction& ins, std::
     } catch (const std::exception& error) {
         raise_native_failure(ins, t, PyExc_RuntimeError, error.what());
     }
-    if (program.has_universe) {
-        if (const double* universe_row = program.universe.row(t)) {
-            mask_cells(out, universe_row, out, static_cast<std::size_t>(program.n));
-        }
-    }
+    if (program.has_universe) program.mask_row(out, t);
     if (ev.provenance.propagate_data_nan(ins.nan_check, program.registers, program.n)) {
         std::fill(reg, reg + program.n, NAN);
         return;

@@ -2,6 +2,8 @@
 
 #include <map>
 
+#include "evaluator/repeated_nodes.hpp"
+#include "fast_paths/masking.hpp"
 #include "graph/identities.hpp"
 #include "host/arrays.hpp"
 #include "operators/native_function.hpp"
@@ -144,6 +146,21 @@ void bind_node_outputs(const GeneralEvaluation& ev, Program& program) {
     for (auto [path, record] : ev.tables.node_info) program.node_outputs.push_back(float64_data(ev.node_outputs[path]));
 }
 
+// True when every step runs in C++ alone: native operators on registers and
+// leaves read from C++ arrays. Then nothing but its own step writes a
+// literal's register, and the row written at t = 0 holds for every row.
+bool only_native_steps(const Program& program) {
+    for (const Instruction& ins : program.code) {
+        const bool native_step = ins.kind == OpKind::Feature || ins.kind == OpKind::Literal ||
+                                 ins.kind == OpKind::Inert || (ins.kind == OpKind::Rotation && ins.native != nullptr);
+        if (!native_step) return false;
+    }
+    for (const RowSource& feature : program.features) {
+        if (feature.data == nullptr) return false;
+    }
+    return !program.has_universe || program.universe.data != nullptr;
+}
+
 }  // namespace
 
 Program compile_program(GeneralEvaluation& ev) {
@@ -159,7 +176,20 @@ Program compile_program(GeneralEvaluation& ev) {
     program.root_reg = reg_of(ev, nb::str("root"));
     bind_universe(ev, program);
     bind_node_outputs(ev, program);
+    program.literal_rows_stay = only_native_steps(program);
+    share_repeated_nodes(ev, program);
     return program;
+}
+
+bool Program::mask_row(double* values, std::int64_t t) {
+    const double* universe_row = universe.row(t);
+    if (universe_row == nullptr) return false;
+    if (universe_row != inactive_of) {
+        inactive_columns(universe_row, static_cast<std::size_t>(n), inactive);
+        inactive_of = universe_row;
+    }
+    blank_columns(values, inactive);
+    return true;
 }
 
 }  // namespace qm

@@ -17,7 +17,8 @@
 
 namespace qm {
 
-enum class OpKind : std::uint8_t { Inert, Feature, Literal, Filtration, Reduction, Rotation, Precomputed };
+// Repeat: a function node that computes what an earlier node computes; its row is copied.
+enum class OpKind : std::uint8_t { Inert, Feature, Literal, Filtration, Reduction, Rotation, Precomputed, Repeat };
 
 enum class LiteralRule : std::uint8_t { Float, Int, Bool, String };
 
@@ -71,6 +72,8 @@ struct Instruction {
     ops::RowOperator* native = nullptr;
     std::vector<const double*> native_inputs;  // the data children's register rows
     bool native_into_scratch = false;          // the node's register is also an input
+    std::int64_t same_as = -1;                 // Repeat: register of the earlier node
+    nb::object same_instance;                  // Repeat: the earlier node's instance
 
     // Reduction and filtration plans, built at the node's first row.
     nb::object reduction_record;
@@ -86,7 +89,10 @@ struct Program {
     std::vector<RowSource> features;    // feature matrices read by the leaves
     bool has_universe = false;
     RowSource universe;
+    const double* inactive_of = nullptr;   // the universe row `inactive` lists
+    std::vector<std::uint32_t> inactive;   // its inactive columns
     bool views = false;                 // arguments are register views (bound instances), else copies
+    bool literal_rows_stay = false;     // no step runs Python, so literal rows are written once
     double* registers = nullptr;        // local_registers: row r at registers + r * n
     std::int64_t n = 0;
     std::int64_t root_reg = 0;
@@ -96,6 +102,12 @@ struct Program {
     nb::object signal_pnl_kwnames;      // ("signal_pnl",)
 
     double* row(std::int64_t reg) const { return registers + reg * n; }
+
+    // Sets the cells of `values` outside the universe at row t to NaN, where
+    // the universe row is readable from C++; false when it must be masked
+    // through Python. The inactive columns are listed once per row, so each
+    // node's row costs a store per inactive cell.
+    bool mask_row(double* values, std::int64_t t);
 };
 
 // Compiles the prepared evaluation's nodes, in topo_order.

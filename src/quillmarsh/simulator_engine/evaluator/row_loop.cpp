@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "evaluator/node_steps.hpp"
+#include "evaluator/repeated_nodes.hpp"
 #include "host/arrays.hpp"
 
 namespace qm {
@@ -17,6 +18,7 @@ void run_node(GeneralEvaluation& ev, Program& program, Instruction& ins, std::in
         case OpKind::Reduction: return run_reduction(ev, program, ins, t);
         case OpKind::Rotation: return ins.native ? run_native(ev, program, ins, t) : run_rotation(ev, program, ins, t);
         case OpKind::Precomputed: return run_precomputed(program, ins, t);
+        case OpKind::Repeat: return run_repeat(ev, program, ins);
         case OpKind::Inert: return;
     }
 }

@@ -14,6 +14,7 @@
 #include <cmath>
 #include <cstddef>
 #include <cstdint>
+#include <vector>
 
 namespace qm {
 
@@ -22,8 +23,14 @@ inline bool universe_cell_inactive(double u) { return u == 0.0 || std::isnan(u);
 inline bool universe_cell_live_for_mask(double u) { return std::isfinite(u) && u != 0.0; }
 
 // out[i] = NaN where universe[i] is inactive, data[i] otherwise. `out` may alias `data`.
-inline void mask_cells(const double* data, const double* universe, double* out, std::size_t n) {
-    for (std::size_t i = 0; i < n; ++i) out[i] = universe_cell_inactive(universe[i]) ? NAN : data[i];
+void mask_cells(const double* data, const double* universe, double* out, std::size_t n);
+
+// The columns whose universe value is inactive, in order: setting those cells
+// of a row to NaN masks it as mask_cells does, touching only those cells.
+void inactive_columns(const double* universe, std::size_t n, std::vector<std::uint32_t>& columns);
+
+inline void blank_columns(double* row, const std::vector<std::uint32_t>& columns) {
+    for (std::uint32_t column : columns) row[column] = NAN;
 }
 
 // mask[i] = 1 where universe[i] is finite and non-zero, else 0.

@@ -14,25 +14,20 @@ namespace {
 
 constexpr double kNaN = std::numeric_limits<double>::quiet_NaN();
 
-// Scratch of one row, reused for every row.
-struct RowScratch {
-    std::vector<double> masked;        // the row after masking
-    std::vector<std::uint64_t> keys;   // order key of every present cell, by column
-    std::vector<std::uint64_t> words;  // sort words of the present cells, sorted by key
-    std::vector<std::uint64_t> spare;  // sorting space
-
-    explicit RowScratch(std::size_t cols) : masked(cols), keys(cols) { words.reserve(cols); }
-};
-
 // The present (non-NaN) cells of `values`, sorted by value.
-void sort_present(const double* values, std::size_t cols, RowScratch& scratch) {
-    scratch.words.clear();
+void sort_present(const double* values, std::size_t cols, RankScratch& scratch) {
+    scratch.keys.resize(cols);
+    scratch.words.resize(cols);
+    // Every cell writes a word; only present cells advance the count, so a NaN
+    // costs no mispredicted branch.
+    std::size_t present = 0;
     for (std::size_t c = 0; c < cols; ++c) {
-        if (std::isnan(values[c])) continue;
         const std::uint64_t key = rank_order_key(values[c]);
         scratch.keys[c] = key;
-        scratch.words.push_back(rank_sort_word(key, static_cast<std::uint32_t>(c)));
+        scratch.words[present] = rank_sort_word(key, static_cast<std::uint32_t>(c));
+        present += std::isnan(values[c]) ? 0 : 1;
     }
+    scratch.words.resize(present);
     sort_rank_words(scratch.keys.data(), scratch.words, scratch.spare);
 }
 
@@ -50,16 +45,17 @@ void write_ranks(const std::vector<std::uint64_t>& words, const std::vector<std:
     }
 }
 
-void rank_row(const double* values, std::size_t cols, RowScratch& scratch, double* out) {
+}  // namespace
+
+void rank_row(const double* values, std::size_t cols, RankScratch& scratch, double* out) {
     std::fill_n(out, cols, kNaN);
     sort_present(values, cols, scratch);
     write_ranks(scratch.words, scratch.keys, out);
 }
 
-}  // namespace
-
 void rank_rows(const double* data, const double* universe, std::size_t rows, std::size_t cols, double* out) {
-    RowScratch scratch(cols);
+    RankScratch scratch;
+    scratch.masked.resize(cols);
     for (std::size_t t = 0; t < rows; ++t) {
         const double* row = data + t * cols;
         if (universe) {

@@ -16,10 +16,24 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
+#include <vector>
 
 namespace qm {
 
+// Scratch of one row, reused for every row; it grows to the widest row seen.
+struct RankScratch {
+    std::vector<double> masked;        // the row after masking
+    std::vector<std::uint64_t> keys;   // order key of every present cell, by column
+    std::vector<std::uint64_t> words;  // sort words of the present cells, sorted by key
+    std::vector<std::uint64_t> spare;  // sorting space
+};
+
 // `out` must not alias `data` or `universe`.
 void rank_rows(const double* data, const double* universe, std::size_t rows, std::size_t cols, double* out);
+
+// One unmasked row of `cols` cells, with the caller's scratch, so that a row
+// operator allocates nothing per row. `out` must not alias `values`.
+void rank_row(const double* values, std::size_t cols, RankScratch& scratch, double* out);
 
 }  // namespace qm

@@ -13,28 +13,40 @@ constexpr int kFirstByte = 4;  // the high half of a word: bytes 4..7
 constexpr int kKeyBytes = 8;
 constexpr std::size_t kDigits = 256;
 
-using Histograms = std::array<std::array<std::uint32_t, kDigits>, kKeyBytes>;
+// One histogram per sorted byte, indexed by byte - kFirstByte.
+using Histograms = std::array<std::array<std::uint32_t, kDigits>, kKeyBytes - kFirstByte>;
 
 inline std::size_t digit(std::uint64_t word, int byte) { return (word >> (8 * byte)) & (kDigits - 1); }
 
 Histograms count_digits(const std::vector<std::uint64_t>& words) {
     Histograms counts{};
     for (std::uint64_t word : words) {
-        for (int byte = kFirstByte; byte < kKeyBytes; ++byte) ++counts[byte][digit(word, byte)];
+        for (int byte = kFirstByte; byte < kKeyBytes; ++byte) ++counts[byte - kFirstByte][digit(word, byte)];
     }
     return counts;
 }
 
-// One stable counting pass on byte `byte`, from `src` into `dst`.
+// One stable counting pass on byte `byte`, from `src` into `dst`. The front
+// half fills each digit's slots from its first slot up, the back half (read
+// backwards) from its last slot down: two independent chains of counter
+// updates, so words sharing a digit do not wait on one counter in turn.
 void scatter_by_digit(const std::uint64_t* src, std::uint64_t* dst, std::size_t n,
-                      std::array<std::uint32_t, kDigits>& count, int byte) {
+                      const std::array<std::uint32_t, kDigits>& count, int byte) {
+    std::array<std::uint32_t, kDigits> first, end;
     std::uint32_t offset = 0;
-    for (std::uint32_t& slot : count) {
-        std::uint32_t here = slot;
-        slot = offset;
-        offset += here;
+    for (std::size_t d = 0; d < kDigits; ++d) {
+        first[d] = offset;
+        offset += count[d];
+        end[d] = offset;
     }
-    for (std::size_t i = 0; i < n; ++i) dst[count[digit(src[i], byte)]++] = src[i];
+    const std::size_t half = n / 2;
+    for (std::size_t i = 0; i < half; ++i) {
+        const std::uint64_t front = src[i];
+        const std::uint64_t back = src[n - 1 - i];
+        dst[first[digit(front, byte)]++] = front;
+        dst[--end[digit(back, byte)]] = back;
+    }
+    if (n % 2 != 0) dst[first[digit(src[half], byte)]] = src[half];
 }
 
 // Orders `words` by their high halves.
@@ -45,8 +57,9 @@ void radix_sort_high_halves(std::vector<std::uint64_t>& words, std::vector<std::
     std::uint64_t* src = words.data();
     std::uint64_t* dst = spare.data();
     for (int byte = kFirstByte; byte < kKeyBytes; ++byte) {
-        if (counts[byte][digit(src[0], byte)] == n) continue;  // every word has this byte: already ordered
-        scatter_by_digit(src, dst, n, counts[byte], byte);
+        auto& count = counts[byte - kFirstByte];
+        if (count[digit(src[0], byte)] == n) continue;  // every word has this byte: already ordered
+        scatter_by_digit(src, dst, n, count, byte);
         std::swap(src, dst);
     }
     if (src != words.data()) std::copy(src, src + n, words.data());
@@ -71,15 +84,6 @@ void order_runs_by_full_key(const std::uint64_t* keys, std::vector<std::uint64_t
 }
 
 }  // namespace
-
-std::uint64_t rank_order_key(double value) {
-    double normalised = value + 0.0;  // -0.0 becomes 0.0
-    std::uint64_t bits;
-    std::memcpy(&bits, &normalised, sizeof bits);
-    // Negative values: all bits flipped (larger magnitude sorts first);
-    // non-negative values: sign bit set, so they follow every negative value.
-    return (bits >> 63) ? ~bits : (bits | (std::uint64_t{1} << 63));
-}
 
 void sort_rank_words(const std::uint64_t* keys, std::vector<std::uint64_t>& words, std::vector<std::uint64_t>& spare) {
     if (words.size() < kRadixMinCells) {

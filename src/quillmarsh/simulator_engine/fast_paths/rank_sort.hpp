@@ -15,12 +15,20 @@
 #pragma once
 
 #include <cstdint>
+#include <cstring>
 #include <vector>
 
 namespace qm {
 
-// The order key of a non-NaN value.
-std::uint64_t rank_order_key(double value);
+// The order key of a non-NaN value (a NaN gets a key that no caller may read).
+inline std::uint64_t rank_order_key(double value) {
+    double normalised = value + 0.0;  // -0.0 becomes 0.0
+    std::uint64_t bits;
+    std::memcpy(&bits, &normalised, sizeof bits);
+    // Negative values: all bits flipped (larger magnitude sorts first);
+    // non-negative values: sign bit set, so they follow every negative value.
+    return (bits >> 63) ? ~bits : (bits | (std::uint64_t{1} << 63));
+}
 
 // The sort word of a cell in `column` with key `key`, and its column back.
 inline std::uint64_t rank_sort_word(std::uint64_t key, std::uint32_t column) {

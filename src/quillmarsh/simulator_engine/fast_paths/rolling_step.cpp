@@ -17,14 +17,23 @@ void step(const RollingState& s, const double* row, std::size_t count, double* o
     const bool warm_up = count + 1 < s.window;
     const long double w = static_cast<long double>(s.window);
     for (std::size_t c = 0; c < s.cols; ++c) {
+        // The sums are held in locals, so each is loaded and stored once (the
+        // state arrays might alias each other as far as the compiler knows).
+        long double lag = s.lag[c], lag_sq = s.lag_sq[c], lead = s.lead[c], lead_sq = s.lead_sq[c];
+        std::int64_t missing = s.missing[c];
         // The squares are kept for every statistic: the state has one format.
-        if (departs) s.missing[c] -= accumulate<true>(held[c], s.lag[c], s.lag_sq[c]);
+        if (departs) {
+            missing -= accumulate<true>(held[c], lag, lag_sq);
+            s.lag[c] = lag;
+            s.lag_sq[c] = lag_sq;
+        }
         double x = row[c];
-        s.missing[c] += accumulate<true>(x, s.lead[c], s.lead_sq[c]);
+        missing += accumulate<true>(x, lead, lead_sq);
+        s.lead[c] = lead;
+        s.lead_sq[c] = lead_sq;
+        s.missing[c] = missing;
         held[c] = x;
-        out[c] = warm_up || s.missing[c] != 0
-                     ? kNaN
-                     : window_value<S>(s.lead[c] - s.lag[c], s.lead_sq[c] - s.lag_sq[c], w, x);
+        out[c] = warm_up || missing != 0 ? kNaN : window_value<S>(lead - lag, lead_sq - lag_sq, w, x);
     }
 }
 

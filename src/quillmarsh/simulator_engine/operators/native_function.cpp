@@ -79,6 +79,12 @@ RowOperator* native_operator_of(nb::handle instance) {
     return &native->row_operator();
 }
 
+const NativeFunction* native_function_of(nb::handle instance) {
+    NativeFunction* native = nullptr;
+    if (!nb::try_cast<NativeFunction*>(instance, native)) return nullptr;
+    return native;
+}
+
 std::size_t native_arity_of(nb::handle instance) {
     NativeFunction* native = nullptr;
     if (!nb::try_cast<NativeFunction*>(instance, native) || native == nullptr) return 0;

@@ -23,6 +23,7 @@ public:
     NativeFunction(const std::string& name, nb::handle config);
 
     const OperatorSpec& declaration() const { return *declaration_; }
+    const std::vector<double>& params() const { return params_; }
     RowOperator& row_operator() { return *op_; }
     nb::dict config() const { return config_; }
 
@@ -46,6 +47,9 @@ std::string row_width_mismatch(const RowOperator& op, std::int64_t n);
 
 // The row operator of a NativeFunction instance; nullptr for any other object.
 RowOperator* native_operator_of(nb::handle instance);
+
+// The instance as a native function, or nullptr.
+const NativeFunction* native_function_of(nb::handle instance);
 
 // The data inputs the operator of a NativeFunction takes; 0 for any other object.
 std::size_t native_arity_of(nb::handle instance);

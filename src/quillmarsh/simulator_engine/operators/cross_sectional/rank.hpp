@@ -1,5 +1,5 @@
 // rank(x): the percentile rank of each cell within the row, through the
-// engine's batch rank kernel (fast_paths/rank_kernel) on a one-row matrix:
+// engine's batch rank kernel (fast_paths/rank_kernel), one row at a time:
 // ties share the mean of their 1-based positions, ranks divided by the count
 // of non-NaN cells lie in (0, 1], NaN stays NaN.
 // Stateless, O(n) for spread-out values. Runs without the GIL, touches no
@@ -17,8 +17,11 @@ namespace qm::ops {
 class CrossSectionalRank final : public RowOperator {
 public:
     void step(const double* const* inputs, double* out, std::int64_t n) override {
-        rank_rows(inputs[0], nullptr, 1, static_cast<std::size_t>(n), out);
+        rank_row(inputs[0], static_cast<std::size_t>(n), scratch_, out);
     }
+
+private:
+    RankScratch scratch_;
 };
 
 inline std::unique_ptr<RowOperator> make_rank(const std::vector<double>&) {

@@ -1,11 +1,37 @@
 #include "operators/time_series/row_history.hpp"
 
+#include "operators/time_series/column_blocks.hpp"
+
 #include <algorithm>
 #include <limits>
 #include <stdexcept>
 #include <string>
 
 namespace qm::ops {
+
+namespace {
+
+// The row goes into an empty slot; its NaN cells join the counts.
+QM_VECTOR_CLONES
+void enter(const double* __restrict row, double* __restrict dest, double* __restrict missing, std::int64_t n) {
+    for (std::int64_t j = 0; j < n; ++j) {
+        missing[j] += static_cast<double>(row[j] != row[j]);
+        dest[j] = row[j];
+    }
+}
+
+// The row replaces the slot's departing row in the ring and in the NaN counts
+// (whole numbers, exact in any order).
+QM_VECTOR_CLONES
+void enter_replacing(const double* __restrict row, double* __restrict dest, double* __restrict missing,
+                     std::int64_t n) {
+    for (std::int64_t j = 0; j < n; ++j) {
+        missing[j] += static_cast<double>(row[j] != row[j]) - static_cast<double>(dest[j] != dest[j]);
+        dest[j] = row[j];
+    }
+}
+
+}  // namespace
 
 void check_restored_count(std::int64_t count) {
     constexpr std::int64_t limit = std::int64_t{1} << 62;
@@ -42,17 +68,14 @@ void RowHistory::push(const double* const* inputs, std::int64_t n) {
     }
     if (missing_stale_) count_missing();
     const std::int64_t slot = count_ % rows_;
-    double* __restrict missing = missing_.data();
     for (std::size_t i = 0; i < inputs_; ++i) {
-        double* __restrict dest = ring_.data() + (static_cast<std::int64_t>(i) * rows_ + slot) * width_;
-        const double* __restrict row = inputs[i];
+        double* dest = ring_.data() + (static_cast<std::int64_t>(i) * rows_ + slot) * width_;
         // Until the ring is full its slots hold no row yet: nothing departs.
-        // Separate loops, so each runs several columns at a time.
         if (full()) {
-            for (std::int64_t j = 0; j < n; ++j) missing[j] -= static_cast<double>(dest[j] != dest[j]);
+            enter_replacing(inputs[i], dest, missing_.data(), n);
+        } else {
+            enter(inputs[i], dest, missing_.data(), n);
         }
-        for (std::int64_t j = 0; j < n; ++j) missing[j] += static_cast<double>(row[j] != row[j]);
-        std::copy(row, row + n, dest);
     }
     ++count_;
 }

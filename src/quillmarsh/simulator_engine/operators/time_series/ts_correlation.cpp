@@ -12,6 +12,7 @@
 // Runs without the GIL, touches no Python object.
 #include <cmath>
 
+#include "fast_paths/vector_clones.hpp"
 #include "operators/time_series/kernels.hpp"
 #include "operators/time_series/window_math.hpp"
 #include "operators/time_series/windowed_operator.hpp"
@@ -19,6 +20,18 @@
 namespace qm::ops {
 
 namespace {
+
+// out[j] = Sxy / sqrt(Sxx Syy), clamped to [-1, 1].
+QM_VECTOR_CLONES
+void correlations(const double* __restrict cross, const double* __restrict squares_x,
+                  const double* __restrict squares_y, std::int64_t n, double* __restrict out) {
+    for (std::int64_t j = 0; j < n; ++j) {
+        // A constant side has zero squares: 0 / 0 is NaN.
+        const double r = cross[j] / std::sqrt(squares_x[j] * squares_y[j]);
+        // Rounding can step just past +-1; a NaN (from infinities) stays NaN.
+        out[j] = r > 1.0 ? 1.0 : r < -1.0 ? -1.0 : r;
+    }
+}
 
 struct Correlation {
     static constexpr std::size_t inputs = 2;
@@ -28,15 +41,7 @@ struct Correlation {
 
     void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
         centered_pair_sums(rows, rows + d, d, n, sums);
-        const double* __restrict cross = sums.cross.data();
-        const double* __restrict squares_x = sums.squares_u.data();
-        const double* __restrict squares_y = sums.squares_v.data();
-        for (std::int64_t j = 0; j < n; ++j) {
-            // A constant side has zero squares: 0 / 0 is NaN.
-            const double r = cross[j] / std::sqrt(squares_x[j] * squares_y[j]);
-            // Rounding can step just past +-1; a NaN (from infinities) stays NaN.
-            out[j] = r > 1.0 ? 1.0 : r < -1.0 ? -1.0 : r;
-        }
+        correlations(sums.cross.data(), sums.squares_u.data(), sums.squares_v.data(), n, out);
     }
 };
 

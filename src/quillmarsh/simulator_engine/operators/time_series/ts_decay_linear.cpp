@@ -9,6 +9,7 @@
 //   up over a run. O(d) per cell.
 // State: "count", "window" = d, "ring" (1, d, n).
 // Runs without the GIL, touches no Python object.
+#include "operators/time_series/column_blocks.hpp"
 #include "operators/time_series/kernels.hpp"
 #include "operators/time_series/window_math.hpp"
 #include "operators/time_series/windowed_operator.hpp"
@@ -17,19 +18,29 @@ namespace qm::ops {
 
 namespace {
 
+// out[j] = sum over k of (k + 1) * x_k, oldest to newest, divided by the weights' sum.
+QM_VECTOR_CLONES
+void decay_linear(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
+    const double weights = static_cast<double>(d) * static_cast<double>(d + 1) / 2.0;
+    for_column_blocks<8>(n, [&](std::int64_t j0, auto lane, auto groups) __attribute__((always_inline)) {
+        using V = decltype(lane);
+        constexpr std::int64_t G = decltype(groups)::value, S = lanes_of<V>;
+        V total[G] = {};
+        for (std::int64_t k = 0; k < d; ++k) {
+            const double* row = rows[k] + j0;
+            const double weight = static_cast<double>(k + 1);
+            for (std::int64_t g = 0; g < G; ++g) total[g] += weight * load<V>(row + g * S);
+        }
+        for (std::int64_t g = 0; g < G; ++g) store(out + j0 + g * S, total[g] / weights);
+    });
+}
+
 struct DecayLinear {
     static constexpr std::size_t inputs = 1;
     static constexpr bool whole_window = true;
 
     void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
-        std::fill(out, out + n, 0.0);
-        for (std::int64_t k = 0; k < d; ++k) {
-            const double* __restrict row = rows[k];
-            const double weight = static_cast<double>(k + 1);
-            for (std::int64_t j = 0; j < n; ++j) out[j] += weight * row[j];
-        }
-        const double weights = static_cast<double>(d) * static_cast<double>(d + 1) / 2.0;
-        for (std::int64_t j = 0; j < n; ++j) out[j] /= weights;
+        decay_linear(rows, d, n, out);
     }
 };
 

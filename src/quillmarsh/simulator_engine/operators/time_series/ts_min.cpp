@@ -6,6 +6,7 @@
 // Complexity: O(d) per cell, recomputed from the ring.
 // State: "count", "window" = d, "ring" (1, d, n).
 // Runs without the GIL, touches no Python object.
+#include "operators/time_series/column_blocks.hpp"
 #include "operators/time_series/kernels.hpp"
 #include "operators/time_series/windowed_operator.hpp"
 
@@ -13,16 +14,31 @@ namespace qm::ops {
 
 namespace {
 
+// out[j] = the smallest of column j's window, the oldest of equal values.
+QM_VECTOR_CLONES
+void window_minima(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
+    for_column_blocks<4>(n, [&](std::int64_t j0, auto lane, auto groups) __attribute__((always_inline)) {
+        using V = decltype(lane);
+        constexpr std::int64_t G = decltype(groups)::value, S = lanes_of<V>;
+        V extreme[G];
+        for (std::int64_t g = 0; g < G; ++g) extreme[g] = load<V>(rows[0] + j0 + g * S);
+        for (std::int64_t k = 1; k < d; ++k) {
+            const double* row = rows[k] + j0;
+            for (std::int64_t g = 0; g < G; ++g) {
+                const V value = load<V>(row + g * S);
+                extreme[g] = value < extreme[g] ? value : extreme[g];
+            }
+        }
+        for (std::int64_t g = 0; g < G; ++g) store(out + j0 + g * S, extreme[g]);
+    });
+}
+
 struct TsMin {
     static constexpr std::size_t inputs = 1;
     static constexpr bool whole_window = true;
 
     void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
-        std::copy(rows[0], rows[0] + n, out);
-        for (std::int64_t k = 1; k < d; ++k) {
-            const double* __restrict row = rows[k];
-            for (std::int64_t j = 0; j < n; ++j) out[j] = row[j] < out[j] ? row[j] : out[j];
-        }
+        window_minima(rows, d, n, out);
     }
 };
 

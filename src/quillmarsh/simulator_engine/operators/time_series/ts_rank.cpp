@@ -8,6 +8,7 @@
 //   rounding. O(d) per cell, recomputed from the ring.
 // State: "count", "window" = d, "ring" (1, d, n).
 // Runs without the GIL, touches no Python object.
+#include "operators/time_series/column_blocks.hpp"
 #include "operators/time_series/kernels.hpp"
 #include "operators/time_series/windowed_operator.hpp"
 
@@ -15,23 +16,35 @@ namespace qm::ops {
 
 namespace {
 
+// out[j] = (2 * below + equal + 1) / (2 * d) for the newest value of column j.
+QM_VECTOR_CLONES
+void window_ranks(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
+    const double scale = 2.0 * static_cast<double>(d);
+    for_column_blocks<4>(n, [&](std::int64_t j0, auto lane, auto groups) __attribute__((always_inline)) {
+        using V = decltype(lane);
+        constexpr std::int64_t G = decltype(groups)::value, S = lanes_of<V>;
+        V current[G], twice_rank[G];
+        for (std::int64_t g = 0; g < G; ++g) {
+            current[g] = load<V>(rows[d - 1] + j0 + g * S);
+            twice_rank[g] = splat<V>(1.0);
+        }
+        for (std::int64_t k = 0; k < d; ++k) {
+            const double* row = rows[k] + j0;
+            for (std::int64_t g = 0; g < G; ++g) {
+                const V value = load<V>(row + g * S);
+                twice_rank[g] += select_value(value < current[g], 2.0) + select_value(value == current[g], 1.0);
+            }
+        }
+        for (std::int64_t g = 0; g < G; ++g) store(out + j0 + g * S, twice_rank[g] / scale);
+    });
+}
+
 struct TsRank {
     static constexpr std::size_t inputs = 1;
     static constexpr bool whole_window = true;
 
-    std::vector<double> twice_rank;  // scratch: 2 * below + equal + 1 per column
-
     void operator()(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict out) {
-        const double* current = rows[d - 1];
-        twice_rank.assign(static_cast<std::size_t>(n), 1.0);
-        for (std::int64_t k = 0; k < d; ++k) {
-            const double* __restrict row = rows[k];
-            for (std::int64_t j = 0; j < n; ++j) {
-                twice_rank[j] += 2.0 * (row[j] < current[j]) + (row[j] == current[j]);
-            }
-        }
-        const double scale = 2.0 * static_cast<double>(d);
-        for (std::int64_t j = 0; j < n; ++j) out[j] = twice_rank[j] / scale;
+        window_ranks(rows, d, n, out);
     }
 };
 

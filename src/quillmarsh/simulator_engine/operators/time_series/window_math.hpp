@@ -17,15 +17,8 @@ inline double* at_width(std::vector<double>& column, std::int64_t n) {
     return column.data();
 }
 
-// Inner loops run over one row pointer hoisted out and write through
-// __restrict pointers, so the compiler processes several columns at a time.
-inline void column_sums(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict sum) {
-    for (std::int64_t j = 0; j < n; ++j) sum[j] = 0.0;
-    for (std::int64_t k = 0; k < d; ++k) {
-        const double* __restrict row = rows[k];
-        for (std::int64_t j = 0; j < n; ++j) sum[j] += row[j];
-    }
-}
+// sum[j] = the column's d values summed oldest to newest.
+void column_sums(const double* const* rows, std::int64_t d, std::int64_t n, double* __restrict sum);
 
 // mean[j] = sum / d, or the column's value when its d values are all equal.
 // One pass: the sums and, in `differs` (scratch of the row width), how many
@@ -72,34 +65,10 @@ struct PairSums {
     std::vector<double> sum_u, sum_v, cross, squares_u, squares_v;
 };
 
-// The shifted sums, through plain pointer parameters so the compiler runs
-// several columns at a time.
-inline void shifted_pair_sums(const double* const* x, const double* const* y, std::int64_t d, std::int64_t n,
-                              double* __restrict su, double* __restrict sv, double* __restrict cross,
-                              double* __restrict squares_u, double* __restrict squares_v) {
-    const double* x0 = x[0];
-    const double* y0 = y[0];
-    for (double* column : {su, sv, cross, squares_u, squares_v}) std::fill(column, column + n, 0.0);
-    for (std::int64_t k = 0; k < d; ++k) {
-        const double* __restrict row_x = x[k];
-        const double* __restrict row_y = y[k];
-        for (std::int64_t j = 0; j < n; ++j) {
-            const double u = row_x[j] - x0[j];
-            const double v = row_y[j] - y0[j];
-            su[j] += u;
-            sv[j] += v;
-            cross[j] += u * v;
-            squares_u[j] += u * u;
-            squares_v[j] += v * v;
-        }
-    }
-    const double count = static_cast<double>(d);
-    for (std::int64_t j = 0; j < n; ++j) {
-        cross[j] -= su[j] * sv[j] / count;
-        squares_u[j] = std::max(squares_u[j] - su[j] * su[j] / count, 0.0);
-        squares_v[j] = std::max(squares_v[j] - sv[j] * sv[j] / count, 0.0);
-    }
-}
+// The shifted sums, one block of columns at a time.
+void shifted_pair_sums(const double* const* x, const double* const* y, std::int64_t d, std::int64_t n,
+                       double* __restrict su, double* __restrict sv, double* __restrict cross,
+                       double* __restrict squares_u, double* __restrict squares_v);
 
 inline void centered_pair_sums(const double* const* x, const double* const* y, std::int64_t d, std::int64_t n,
                                PairSums& sums) {
