@@ -13,8 +13,8 @@ from typing import Any
 import numpy as np
 
 from quillmarsh.batch.metrics import daily_rank_ic, ic_summary
-from quillmarsh.cli.atomic_write import write_atomically
-from quillmarsh.cli.errors import UserError
+
+from quillmarsh.cli.pictures import pyplot, save_png
 
 BEST_COUNT = 5
 MAX_HORIZON = 20
@@ -37,7 +37,7 @@ def ic_decay(weights: np.ndarray, returns: np.ndarray, max_horizon: int = MAX_HO
 
 def plot_best(best: list[tuple[dict[str, Any], np.ndarray]], load_weights: Callable[[str], np.ndarray],
               returns: np.ndarray, path: Path) -> None:
-    plt = _pyplot()
+    plt = pyplot("--plot")
     figure, (pnl_axis, ic_axis) = plt.subplots(1, 2, figsize=(14, 4.5))
     for row, pnl in best:
         label = f"{row['name']} (Sharpe {row['sharpe']:.2f})"
@@ -50,17 +50,4 @@ def plot_best(best: list[tuple[dict[str, Any], np.ndarray]], load_weights: Calla
     pnl_axis.set(title="Best signals: cumulative next-day PnL", xlabel="day",
                  ylabel="cumulative PnL (unit gross exposure)")
     ic_axis.set(title="IC decay", xlabel="horizon (days)", ylabel="mean daily rank IC")
-    figure.tight_layout()
-    write_atomically(path, lambda stream: figure.savefig(stream, format="png", dpi=110))
-    plt.close(figure)
-
-
-def _pyplot() -> Any:
-    """pyplot on the file-only Agg backend, imported only when a picture is asked for."""
-    try:
-        import matplotlib
-    except ImportError:
-        raise UserError("--plot needs matplotlib: pip install 'quillmarsh[plot]'") from None
-    matplotlib.use("Agg")
-    import matplotlib.pyplot as plt
-    return plt
+    save_png(plt, figure, path)
