@@ -4,7 +4,6 @@ import os
 import signal
 import sys
 
-import numpy as np
 import pytest
 
 from quillmarsh.batch import evaluate_many
