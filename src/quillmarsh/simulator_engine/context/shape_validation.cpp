@@ -59,4 +59,10 @@ void validate_evaluation_shapes(nb::handle features, nb::handle universe, nb::ha
     validate_signals(useful_signals, ref);
 }
 
+MatrixDims first_feature_dims(nb::handle features) {
+    std::vector<long long> dims = shape_dims(item_at(features, 0));
+    if (dims.size() != 2) raise_error(host().EvaluationShapeError, msg::first_feature_not_matrix(shape_text(dims)));
+    return {dims[0], dims[1]};
+}
+
 }  // namespace qm
