@@ -16,7 +16,7 @@ from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import (FunctionExecutionError, FunctionGraphNode as Node,
                                                 SimulatorEngineError, StageData)
 
-from .fakes import CacheDroppingIndex, DrawnError, ScriptedInstance, ScriptedRegistry
+from .fakes import CacheDroppingIndex, DrawnError, OddShape, ScriptedInstance, ScriptedRegistry
 
 RANK = "latitudinal_rank_688068"
 MEAN = "longitudinal_accumulators_25c7fb"
@@ -32,6 +32,12 @@ def first_feature_of_shape(shape, signal, validate):
     ctx = ee.EvaluationContext([np.zeros(shape)], {"x": 0}, useful_signals=None if signal is None else {"s": signal},
                                universe=np.ones(shape), validate_inputs=validate)
     ee.evaluate(Node("feature", "x"), ctx)
+
+
+def shape_given_as(shape):
+    """An evaluation whose first feature reports `shape` (a list, say) instead of a tuple."""
+    ctx = ee.EvaluationContext([OddShape(shape)], {}, universe=np.ones((3, 2)), validate_inputs=False)
+    ee.evaluate(Node("float", -1.0), ctx, function_states={})
 
 
 def named(where, name):

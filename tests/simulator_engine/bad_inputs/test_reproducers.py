@@ -27,6 +27,12 @@ def test_first_feature_shapes_are_checked_before_indexing(runner, shape, signal,
     assert outcome.kind == "raised" and outcome.detail.startswith(ENGINE + error), outcome.detail
 
 
+@pytest.mark.parametrize("shape", [[3, 2], [3, "a"], [2**70, 2], (3,)])
+def test_shapes_that_are_not_tuples_of_integers(runner, shape):
+    outcome = runner.run(partial(scenarios.shape_given_as, shape))
+    assert not outcome.failed, outcome.detail
+
+
 @pytest.mark.parametrize("where, error", [
     ("feature", "EvaluationError"), ("function", "FunctionExecutionError"), ("config key", "FunctionExecutionError"),
     ("index key", "EvaluationError"), ("instance error", "FunctionExecutionError"),

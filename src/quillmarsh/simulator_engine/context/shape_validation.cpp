@@ -10,7 +10,7 @@ namespace qm {
 
 namespace {
 
-nb::tuple shape_tuple(nb::handle array_like) { return nb::tuple(array_like.attr("shape")); }
+nb::tuple shape_tuple(nb::handle array_like) { return tuple_of(array_like.attr("shape")); }
 
 // True when `shape` has a first dimension equal to the first dimension of `ref`;
 // a shape without dimensions matches nothing.

@@ -63,7 +63,7 @@ nb::object item_at(nb::handle sequence, Py_ssize_t i) {
 }
 
 std::vector<long long> shape_dims(nb::handle array_like) {
-    nb::tuple shape(array_like.attr("shape"));
+    nb::tuple shape = tuple_of(array_like.attr("shape"));
     std::vector<long long> dims;
     for (nb::handle dim : shape) dims.push_back(index_value(dim));
     return dims;
@@ -79,6 +79,12 @@ nb::list list_of(nb::handle iterable) {
     PyObject* out = PySequence_List(iterable.ptr());
     if (!out) throw nb::python_error();
     return nb::steal<nb::list>(out);
+}
+
+nb::tuple tuple_of(nb::handle iterable) {
+    PyObject* out = PySequence_Tuple(iterable.ptr());
+    if (!out) throw nb::python_error();
+    return nb::steal<nb::tuple>(out);
 }
 
 nb::set set_of(nb::handle iterable) {
