@@ -76,7 +76,7 @@ def test_operators_precedence_and_paper_spellings(text, same_as):
 
 
 @pytest.mark.parametrize("text", [
-    "-(a - b) * c", "(a + b) ** -c", "(-2.0) ** x", "a - -1.0", "(a ? b : c) ? d : e", "a ? b ? 1.0 : 2.0 : -3.0",
+    "-(a - b) * c", "(a + b) ** -c", "(-2.0) ** x", "(-0.0) ** x", "a - -1.0", "(a ? b : c) ? d : e", "a ? b ? 1.0 : 2.0 : -3.0",
     "~(a < b) & (c | d)", "(a | b) & c", "adv20 / maximum(x, y) - ts_max(x, 5)", "a < b < c", "a < (b < c)",
     "where(c, constant_like(d, 1.0), x)", "indneutralize(x, IndClass.sector) / 1.0 / 0.0", "indneutralize(x, y)",
 ])

@@ -103,8 +103,8 @@ def _literal(value: object) -> tuple[str, int]:
     if isinstance(value, float) and not math.isfinite(value):
         text = "0.0 / 0.0" if math.isnan(value) else ("1.0 / 0.0" if value > 0 else "-1.0 / 0.0")
         return text, TIMES
-    if isinstance(value, int | float) and not isinstance(value, bool) and value < 0:
-        return repr(value), UNARY
+    if isinstance(value, int | float) and not isinstance(value, bool) and math.copysign(1, value) < 0:
+        return repr(value), UNARY  # -0.0 included: its sign must stay with it
     return repr(value), ATOM
 
 

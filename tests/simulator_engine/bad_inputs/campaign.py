@@ -9,7 +9,9 @@ from __future__ import annotations
 
 import argparse
 import collections
+import pickle
 import time
+from pathlib import Path
 
 from hypothesis import HealthCheck, Phase, given, settings
 
@@ -17,7 +19,7 @@ from .runner import CaseRunner, case_text
 from .strategies import cases
 
 
-def run_campaign(count: int, timeout: float) -> tuple[collections.Counter, list[str]]:
+def run_campaign(count: int, timeout: float, keep: Path | None) -> tuple[collections.Counter, list[str]]:
     endings: collections.Counter = collections.Counter()
     failures: list[str] = []
     runner = CaseRunner(timeout=timeout)
@@ -30,6 +32,9 @@ def run_campaign(count: int, timeout: float) -> tuple[collections.Counter, list[
         endings[outcome.kind if outcome.kind != "raised" else outcome.detail.split(":", 1)[0]] += 1
         if outcome.failed:
             failures.append(f"{outcome.kind}: {outcome.detail}\ncase: {case_text(case)}")
+            if keep is not None:
+                keep.mkdir(parents=True, exist_ok=True)
+                (keep / f"case-{len(failures)}.pickle").write_bytes(pickle.dumps(case))
 
     try:
         one()
@@ -42,9 +47,10 @@ def main() -> int:
     parser = argparse.ArgumentParser(description=__doc__.splitlines()[0])
     parser.add_argument("--cases", type=int, default=20000)
     parser.add_argument("--timeout", type=float, default=60.0, help="seconds before a case counts as a hang")
+    parser.add_argument("--keep", type=Path, help="folder where each failing case is saved as a pickle")
     args = parser.parse_args()
     started = time.perf_counter()
-    endings, failures = run_campaign(args.cases, args.timeout)
+    endings, failures = run_campaign(args.cases, args.timeout, args.keep)
     print(f"{sum(endings.values())} cases in {time.perf_counter() - started:.0f} s")
     for ending, count in endings.most_common():
         print(f"{count:8d}  {ending}")

@@ -88,7 +88,8 @@ class CaseRunner:
         worker.kill()
         code = worker.wait()
         self._stderr.seek(0)
-        last_words = self._stderr.read().decode(errors="replace")[-2000:]
+        words = self._stderr.read().decode(errors="replace")
+        last_words = words if len(words) <= 6000 else f"{words[:3000]}\n[...]\n{words[-3000:]}"
         self._stderr.close()
         self._stderr = None
         return Outcome(kind, f"exit code {code}\n{last_words}")

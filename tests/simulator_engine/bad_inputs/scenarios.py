@@ -12,9 +12,10 @@ import numpy as np
 
 from quillmarsh.functions.registry import default_registry
 from quillmarsh.simulator_engine import expression_evaluator as ee
-from quillmarsh.simulator_engine._types import FunctionExecutionError, FunctionGraphNode as Node, SimulatorEngineError
+from quillmarsh.simulator_engine._types import (FunctionExecutionError, FunctionGraphNode as Node,
+                                                SimulatorEngineError, StageData)
 
-from .fakes import CacheDroppingIndex, DrawnError, ScriptedInstance, ScriptedRegistry
+from .fakes import CacheDroppingIndex, DrawnError, OddShape, ScriptedInstance, ScriptedRegistry
 
 RANK = "latitudinal_rank_688068"
 MEAN = "longitudinal_accumulators_25c7fb"
@@ -26,10 +27,16 @@ def context(rows=3, cols=2, **fields):
 
 
 def first_feature_of_shape(shape, signal, validate):
-    """A context (then an evaluation) whose first feature has `shape` and whose one signal is `signal`."""
-    ctx = ee.EvaluationContext([np.zeros(shape)], {"x": 0}, useful_signals={"s": signal},
+    """A context (then an evaluation) whose first feature has `shape` and whose one signal (if any) is `signal`."""
+    ctx = ee.EvaluationContext([np.zeros(shape)], {"x": 0}, useful_signals=None if signal is None else {"s": signal},
                                universe=np.ones(shape), validate_inputs=validate)
     ee.evaluate(Node("feature", "x"), ctx)
+
+
+def shape_given_as(shape):
+    """An evaluation whose first feature reports `shape` (a list, say) instead of a tuple."""
+    ctx = ee.EvaluationContext([OddShape(shape)], {}, universe=np.ones((3, 2)), validate_inputs=False)
+    ee.evaluate(Node("float", -1.0), ctx, function_states={})
 
 
 def named(where, name):
@@ -100,6 +107,13 @@ def walk_in_small_stack(walk):
         threading.stack_size(previous)
     if failures:
         raise failures[0]
+
+
+def cyclic_graph_with_stage_data():
+    """An evaluation of a cyclic graph with stage data, which looks up the graph's feature leaves."""
+    graph = Node("rotation", RANK, [Node("feature", "x")])
+    graph.children.append(graph)
+    ee.evaluate(graph, context(stage_data=StageData({"z": np.ones((3, 2))})))
 
 
 def cache_dropped_by_feature_index():

@@ -89,9 +89,8 @@ void init_context(nb::handle self, nb::handle features, nb::handle feature_index
         validate_evaluation_shapes(features, universe, signals);
     }
     if (!is_none_or_empty(signals) && feature_count(features) > 0) {
-        std::vector<long long> dims = shape_dims(item_at(features, 0));
-        if (dims.size() != 2) raise_error(host().EvaluationShapeError, msg::first_feature_not_matrix(shape_text(dims)));
-        self.attr("extraction_buffer") = zeros_float64({static_cast<std::int64_t>(length_of(signals)), dims[1]});
+        std::int64_t n_alloc = first_feature_dims(features).cols;
+        self.attr("extraction_buffer") = zeros_float64({static_cast<std::int64_t>(length_of(signals)), n_alloc});
     }
 }
 

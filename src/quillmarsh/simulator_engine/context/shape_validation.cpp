@@ -10,7 +10,7 @@ namespace qm {
 
 namespace {
 
-nb::tuple shape_tuple(nb::handle array_like) { return nb::tuple(array_like.attr("shape")); }
+nb::tuple shape_tuple(nb::handle array_like) { return tuple_of(array_like.attr("shape")); }
 
 // True when `shape` has a first dimension equal to the first dimension of `ref`;
 // a shape without dimensions matches nothing.
@@ -57,6 +57,12 @@ void validate_evaluation_shapes(nb::handle features, nb::handle universe, nb::ha
     }
     if (is_none_or_empty(useful_signals)) return;
     validate_signals(useful_signals, ref);
+}
+
+MatrixDims first_feature_dims(nb::handle features) {
+    std::vector<long long> dims = shape_dims(item_at(features, 0));
+    if (dims.size() != 2) raise_error(host().EvaluationShapeError, msg::first_feature_not_matrix(shape_text(dims)));
+    return {dims[0], dims[1]};
 }
 
 }  // namespace qm

@@ -92,10 +92,7 @@ nb::object evaluate_unlocked(nb::handle graph_in, nb::handle context, const Eval
     attach_stage_data_feature_leaves(graph, context);
     nb::object features = context.attr("features");
     if (features.is_none() || length_of(features) == 0) raise_error(host().EvaluationError, msg::no_features());
-    std::vector<long long> dims = shape_dims(item_at(features, 0));
-    if (dims.size() != 2) raise_error(host().EvaluationShapeError, msg::first_feature_not_matrix(shape_text(dims)));
-    const std::int64_t T = dims[0];
-    const std::int64_t N = dims[1];
+    const auto [T, N] = first_feature_dims(features);
     ensure_universe_mask(context, features);
     preflight_explicit_graph_config(getattr_or_none(context, "registry"), graph, "root");
 

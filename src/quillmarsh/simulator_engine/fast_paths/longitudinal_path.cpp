@@ -50,7 +50,8 @@ public:
         std::vector<size_t> data_children;
         size_t i = 0;
         for (nb::handle child : graph_children(node)) {
-            if (!is_literal_child_type(require_graph_type_value(child, child_path(path, i)))) data_children.push_back(i);
+            std::string identity = child_path(path, i);
+            if (!is_literal_child_type(require_graph_type_value(child, identity))) data_children.push_back(i);
             ++i;
         }
         if (data_children.size() != 1) return false;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "host/pyutil.hpp"
+
 namespace qm {
 
 namespace {
@@ -50,7 +52,7 @@ std::string shape_text(const std::vector<long long>& dims) {
 }
 
 std::string shape_text_of(nb::handle array_like) {
-    return text_of(nb::tuple(array_like.attr("shape")));
+    return text_of(tuple_of(array_like.attr("shape")));
 }
 
 std::string joined_sorted(std::vector<std::string> names) {

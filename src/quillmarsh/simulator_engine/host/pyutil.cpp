@@ -63,7 +63,7 @@ nb::object item_at(nb::handle sequence, Py_ssize_t i) {
 }
 
 std::vector<long long> shape_dims(nb::handle array_like) {
-    nb::tuple shape(array_like.attr("shape"));
+    nb::tuple shape = tuple_of(array_like.attr("shape"));
     std::vector<long long> dims;
     for (nb::handle dim : shape) dims.push_back(index_value(dim));
     return dims;
@@ -79,6 +79,12 @@ nb::list list_of(nb::handle iterable) {
     PyObject* out = PySequence_List(iterable.ptr());
     if (!out) throw nb::python_error();
     return nb::steal<nb::list>(out);
+}
+
+nb::tuple tuple_of(nb::handle iterable) {
+    PyObject* out = PySequence_Tuple(iterable.ptr());
+    if (!out) throw nb::python_error();
+    return nb::steal<nb::tuple>(out);
 }
 
 nb::set set_of(nb::handle iterable) {
@@ -122,7 +128,8 @@ constexpr std::uintptr_t kStackReserveBytes = 96 * 1024;
 // be started with small stacks (threading.stack_size), so the walk depth is
 // bounded by the real stack rather than by a level count alone.
 std::uintptr_t stack_floor() {
-    thread_local std::uintptr_t floor = [] {
+#if defined(__GLIBC__)
+    thread_local std::uintptr_t lowest_usable = [] {
         pthread_attr_t attr;
         if (pthread_getattr_np(pthread_self(), &attr) != 0) return std::uintptr_t{0};
         void* base = nullptr;
@@ -131,13 +138,16 @@ std::uintptr_t stack_floor() {
         pthread_attr_destroy(&attr);
         return rc == 0 ? reinterpret_cast<std::uintptr_t>(base) + kStackReserveBytes : std::uintptr_t{0};
     }();
-    return floor;
+    return lowest_usable;
+#else
+    return 0;  // no portable way to read the stack bounds: the level count alone applies
+#endif
 }
 
 bool stack_nearly_exhausted() {
     std::uintptr_t here = reinterpret_cast<std::uintptr_t>(__builtin_frame_address(0));
-    std::uintptr_t floor = stack_floor();
-    return floor != 0 && here < floor;
+    std::uintptr_t lowest_usable = stack_floor();
+    return lowest_usable != 0 && here < lowest_usable;
 }
 
 }  // namespace

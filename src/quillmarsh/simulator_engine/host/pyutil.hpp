@@ -51,6 +51,10 @@ bool is_instance(nb::handle obj, nb::handle cls);
 // list(iterable); errors propagate.
 nb::list list_of(nb::handle iterable);
 
+// tuple(iterable), always a real tuple (nb::tuple built from an accessor would
+// take a list as it is and index it as a tuple); errors propagate.
+nb::tuple tuple_of(nb::handle iterable);
+
 // set(iterable); errors propagate.
 nb::set set_of(nb::handle iterable);
 
