@@ -10,7 +10,7 @@
 
 #include <nanobind/nanobind.h>
 
-#include "operators/operator_spec.hpp"
+#include "operators/operator_declaration.hpp"
 
 namespace nb = nanobind;
 

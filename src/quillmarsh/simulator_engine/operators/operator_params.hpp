@@ -6,7 +6,7 @@
 
 #include <nanobind/nanobind.h>
 
-#include "operators/operator_spec.hpp"
+#include "operators/operator_declaration.hpp"
 
 namespace nb = nanobind;
 

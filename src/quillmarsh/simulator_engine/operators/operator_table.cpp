@@ -1,5 +1,5 @@
 // Every native operator, gathered from the four family catalogues once.
-#include "operators/operator_spec.hpp"
+#include "operators/operator_declaration.hpp"
 
 namespace qm::ops {
 

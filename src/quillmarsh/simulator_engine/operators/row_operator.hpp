@@ -4,7 +4,7 @@
 //
 // An operator kernel lives in one file of its family folder (elementwise/,
 // time_series/, cross_sectional/, group/) with its contract on top, and is
-// listed by one line in its family's catalogue (see operator_spec.hpp).
+// listed by one line in its family's catalogue (see operator_declaration.hpp).
 #pragma once
 
 #include <cstdint>

@@ -3,7 +3,7 @@
 #include "operators/cross_sectional/kernels.hpp"
 #include "operators/cross_sectional/rank.hpp"
 #include "operators/cross_sectional/scale.hpp"
-#include "operators/operator_spec.hpp"
+#include "operators/operator_declaration.hpp"
 
 namespace qm::ops {
 

@@ -4,7 +4,7 @@
 #include "operators/elementwise/constant_operand_map.hpp"
 #include "operators/elementwise/select.hpp"
 #include "operators/elementwise/unary_map.hpp"
-#include "operators/operator_spec.hpp"
+#include "operators/operator_declaration.hpp"
 
 namespace qm::ops {
 

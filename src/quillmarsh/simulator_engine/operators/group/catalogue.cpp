@@ -1,6 +1,6 @@
 // The group operators: one line per operator.
 #include "operators/group/kernels.hpp"
-#include "operators/operator_spec.hpp"
+#include "operators/operator_declaration.hpp"
 
 namespace qm::ops {
 

@@ -1,5 +1,5 @@
 // The time-series operators: one line per operator.
-#include "operators/operator_spec.hpp"
+#include "operators/operator_declaration.hpp"
 #include "operators/time_series/kernels.hpp"
 #include "operators/time_series/rolling_moments.hpp"
 
