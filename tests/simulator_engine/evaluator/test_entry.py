@@ -30,17 +30,6 @@ def test_result_behaves_as_pair_and_as_weights():
         result.nope
 
 
-def test_result_stores_any_weights_and_states_unchanged():
-    result = ee.EvaluationResult(None, None)
-    assert result.weights is None and result.states is None and tuple(result) == (None, None)
-
-
-def test_no_features_is_an_error():
-    ctx = ee.EvaluationContext([], {}, universe=np.ones((2, 2)))
-    with pytest.raises(EvaluationError, match="^No features provided$"):
-        ee.evaluate(LEAF, ctx)
-
-
 def test_missing_universe_names_inputs_and_context_fields():
     ctx = make_context(universe=None, pool_id="pool_a", universe_tag="us")
     message = "^missing_simulation_universe: missing required evaluation inputs universe, universe_mask$"
