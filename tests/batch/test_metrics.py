@@ -6,7 +6,6 @@ import pytest
 
 from quillmarsh.batch.metrics import coverage, daily_rank_ic, ic_summary, market_returns
 from quillmarsh.batch.tables import correlation_matrix
-from quillmarsh.cli.errors import UserError
 from quillmarsh.cli.market_data import MarketData
 
 
@@ -77,11 +76,6 @@ def test_returns_fall_back_to_close_to_close_changes():
     close = np.array([[10.0, 20.0], [11.0, 19.0], [12.1, np.nan]])
     returns = market_returns(MarketData({"close": close}, np.ones_like(close)))
     np.testing.assert_allclose(returns, [[np.nan, np.nan], [0.1, -0.05], [0.1, np.nan]])
-
-
-def test_without_returns_or_close_the_measures_cannot_be_made():
-    with pytest.raises(UserError, match="need a 'returns' or a 'close' feature"):
-        market_returns(MarketData({"volume": np.ones((2, 2))}, np.ones((2, 2))))
 
 
 def test_correlation_matrix_matches_numpy_and_leaves_flat_series_undefined():

@@ -47,14 +47,6 @@ def test_old_pickle_states_file_is_refused(quillmarsh, user_error, tmp_path, mar
                           "read); states files are .npz archives written by --states-out; make a new one")
 
 
-def test_failed_evaluation_keeps_the_previous_output(quillmarsh, user_error, tmp_path, market_file):
-    (tmp_path / "w.npy").write_bytes(b"previous")
-    completed = quillmarsh("evaluate", "nope(close)", "--data", market_file, "--out", "w.npy")
-    user_error(completed, "unknown function 'nope'")
-    assert (tmp_path / "w.npy").read_bytes() == b"previous"
-    assert sorted(p.name for p in tmp_path.iterdir()) == ["market.npz", "w.npy"]
-
-
 def test_unknown_function_in_a_json_graph(quillmarsh, user_error, tmp_path, market_file):
     (tmp_path / "g.json").write_text(
         '{"type": "rotation", "node": "mystery_1", "children": [{"type": "feature", "node": "close"}]}')

@@ -76,16 +76,6 @@ def test_restored_instance_continues_one_uninterrupted_run(name, case, split):
     assert_bitwise_equal(run_resumed(name, data, window, cut, pickled), rolling_reference(data, window, name))
 
 
-def test_state_is_a_copy_of_the_running_sums():
-    instance = default_registry().create_instance(ROLLING_ZSCORE, window=2)
-    instance(np.array([1.0, 2.0]))
-    saved = instance.get_state()
-    snapshot = copy.deepcopy(saved)
-    instance(np.array([5.0, np.nan]))
-    for key, value in snapshot.items():
-        np.testing.assert_array_equal(saved[key], value)
-
-
 @pytest.mark.parametrize("window, error", [(0, ValueError), (-3, ValueError), (2.5, ValueError),
                                            (True, TypeError), (4, ValueError)])
 def test_window_must_be_a_positive_integer_matching_the_state(window, error):

@@ -1,6 +1,5 @@
 """End-to-end evaluations with the default registry's built-in functions."""
 import numpy as np
-from hypothesis import given, strategies as st
 
 from quillmarsh._reference.rank import rank_rows_reference
 from quillmarsh._reference.rolling import rolling_reference
@@ -19,9 +18,9 @@ VOLUME = _rng.random((T, N))
 UNIVERSE = np.where(_rng.random((T, N)) < 0.1, 0.0, 1.0)
 
 
-def _context(rows=slice(None)):
-    return ee.EvaluationContext([CLOSE[rows], VOLUME[rows]], {"close": 0, "volume": 1},
-                                registry=default_registry(), universe=UNIVERSE[rows])
+def _context():
+    return ee.EvaluationContext([CLOSE, VOLUME], {"close": 0, "volume": 1}, registry=default_registry(),
+                                universe=UNIVERSE)
 
 
 CHAIN = rolling(ZSCORE, rolling(MEAN, feature(), window=5), window=20)
@@ -41,12 +40,3 @@ def test_rank_product_through_the_row_loop():
     weights, states = ee.evaluate(graph, _context(), data_nan_features=["unused"])
     np.testing.assert_array_equal(weights, rank_rows_reference(CLOSE, UNIVERSE) * rank_rows_reference(VOLUME, UNIVERSE))
     assert states == {}
-
-
-@given(split=st.integers(min_value=1, max_value=T - 1))
-def test_streaming_in_two_parts_equals_one_evaluation(split):
-    whole, _ = ee.evaluate(CHAIN, _context())
-    first, states = ee.evaluate(CHAIN, _context(slice(0, split)))
-    second, final_states = ee.evaluate(CHAIN, _context(slice(split, None)), function_states=states)
-    np.testing.assert_array_equal(np.vstack([first, second]), whole)
-    assert final_states["root"].data["count"] == T

@@ -23,22 +23,6 @@ def test_result_behaves_as_pair_and_as_weights():
     weights, states = result
     assert len(result) == 2 and states == result.nan_source == result.node_outputs == {} and result[:1] == (weights,)
     assert result[-1] is states and result.shape == (4, 3) and np.asarray(result, dtype=np.float32).dtype == np.float32
-    for key, error in ((2, IndexError), ("weights", TypeError), (None, TypeError), (1.0, TypeError)):
-        with pytest.raises(error, match="tuple ind"):
-            result[key]
-    with pytest.raises(AttributeError, match="no attribute 'nope'"):
-        result.nope
-
-
-def test_result_stores_any_weights_and_states_unchanged():
-    result = ee.EvaluationResult(None, None)
-    assert result.weights is None and result.states is None and tuple(result) == (None, None)
-
-
-def test_no_features_is_an_error():
-    ctx = ee.EvaluationContext([], {}, universe=np.ones((2, 2)))
-    with pytest.raises(EvaluationError, match="^No features provided$"):
-        ee.evaluate(LEAF, ctx)
 
 
 def test_missing_universe_names_inputs_and_context_fields():

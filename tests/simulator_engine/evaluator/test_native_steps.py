@@ -1,7 +1,6 @@
 """Native instances stepped by the general evaluator equal the same operators called through Python."""
 import numpy as np
 import pytest
-from hypothesis import given, strategies as st
 
 from quillmarsh.functions.registry import default_registry
 from quillmarsh.simulator_engine import expression_evaluator as ee
@@ -44,9 +43,8 @@ GRAPHS = {
 }
 
 
-def _context(registry, close=CLOSE, rows=slice(None)):
-    return ee.EvaluationContext([close[rows], VOLUME[rows]], {"close": 0, "volume": 1}, registry=registry,
-                                universe=UNIVERSE[rows])
+def _context(registry, close=CLOSE):
+    return ee.EvaluationContext([close, VOLUME], {"close": 0, "volume": 1}, registry=registry, universe=UNIVERSE)
 
 
 @pytest.mark.parametrize("graph", GRAPHS.values(), ids=GRAPHS.keys())
@@ -57,17 +55,6 @@ def test_native_steps_equal_python_calls(graph, close, nan_features):
     python, python_states = ee.evaluate(graph, _context(python_call_registry(), close), data_nan_features=nan_features)
     np.testing.assert_array_equal(native, python)
     assert_same_states(native_states, python_states)
-
-
-@given(split=st.integers(1, T - 1))
-def test_streaming_in_two_parts_equals_one_evaluation(split):
-    graph = GRAPHS["rolling_chain_times_rank"]
-    whole, whole_states = ee.evaluate(graph, _context(default_registry()))
-    first, states = ee.evaluate(graph, _context(default_registry(), rows=slice(0, split)))
-    second, final_states = ee.evaluate(graph, _context(default_registry(), rows=slice(split, None)),
-                                       function_states=states)
-    np.testing.assert_array_equal(np.vstack([first, second]), whole)
-    assert_same_states(final_states, whole_states)
 
 
 @pytest.mark.parametrize("registry", [default_registry, python_call_registry], ids=["native", "python"])

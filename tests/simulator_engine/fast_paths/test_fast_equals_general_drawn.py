@@ -38,16 +38,6 @@ def _general(graph, data, universe):
     return ee.evaluate(graph, _context(data, universe), data_nan_features=["unused"]).weights
 
 
-@given(matrices_with_universe(), st.lists(st.tuples(STATISTICS, WINDOWS), min_size=1, max_size=3))
-def test_longitudinal_chains(drawn, levels):
-    data, universe = drawn
-    graph = feature()
-    for name, window in levels:
-        graph = rolling(name, graph, window=window)
-    fast = ee._evaluate_longitudinal_fast(graph, _context(data, universe))
-    np.testing.assert_array_equal(fast, _general(graph, data, universe))
-
-
 @given(matrices_with_universe())
 def test_leaf_and_rank_paths(drawn):
     data, universe = drawn

@@ -119,22 +119,3 @@ def test_rank_multiply_refuses_a_product_that_is_not_a_matrix(rank_module):
     rank_module.results = [np.ones(5), np.ones(5)]
     with pytest.raises(EvaluationShapeError, match=r"got shape \(5,\)$"):
         ee._evaluate_rank_multiply_fast(MULTIPLY, _engine_context())
-
-
-@pytest.mark.parametrize("detect_with_refusing_flags", [
-    lambda graph: ee._can_use_simple_rank_fast_path(graph, context(), {"root": 1}),
-    lambda graph: ee._can_use_rank_multiply_fast_path(graph, context(), None, bound_function_instances={"a": 1}),
-    lambda graph: ee._can_use_longitudinal_fast_path(graph, context(), {}, 100_000),
-])
-def test_input_flags_refuse_before_the_graph_is_read(detect_with_refusing_flags):
-    assert not detect_with_refusing_flags("not a node")
-
-
-def test_registry_questions_come_in_detection_order():
-    registry = FakeRegistry(factories=[RANK])
-    assert not ee._can_use_simple_rank_fast_path(rank(Node("int", 1)), context(registry=registry), None)
-    assert registry.calls == []  # a non-feature child refuses before the registry is asked
-    registry = FakeRegistry()
-    assert not ee._can_use_rank_multiply_fast_path(Node("rotation", COMBINE, [rank(feature())] * 3),
-                                                   context(registry=registry), None)
-    assert registry.calls == [("has_factory", COMBINE), ("has_factory", RANK)]  # before the children are counted

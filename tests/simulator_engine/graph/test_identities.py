@@ -34,3 +34,15 @@ def test_state_identities_stamp_function_nodes_only():
     assert not hasattr(literal, "_state_identity")
     ee.invalidate_graph_evaluation_caches(root)
     assert inner._state_identity == "root.c0"
+
+
+def test_cache_write_refused_by_node_type_is_dropped():
+    class Frozen(Node):
+        def __setattr__(self, key, value):
+            if key.startswith("_"):
+                raise AttributeError(key)
+            super().__setattr__(key, value)
+
+    node = Frozen("feature", "x")
+    ee._graph_cache_set(node, "_node_identities", {"root": "x"})
+    assert ee._graph_cache_get(node, "_node_identities") is None and ee.generate_node_identities(node) == {"root": "x"}

@@ -57,7 +57,6 @@ def assert_same_cells(actual, expected, message=""):
 def test_every_time_series_operator_has_a_twin():
     native = {row["name"] for row in _operator_table() if row["family"] == "time_series"}
     assert set(TIME_SERIES_REFERENCES) <= native
-    assert len(TIME_SERIES_REFERENCES) == 21
 
 
 @pytest.mark.parametrize("row", TIME_SERIES, ids=lambda row: row["alias"])
@@ -133,15 +132,6 @@ def test_quantile_keeps_its_sorted_windows_over_long_runs_of_ties(q, column, win
 def test_quantile_outside_zero_to_one_is_refused(q):
     with pytest.raises(ValueError, match="q must be between 0 and 1"):
         NativeFunction(BY_ALIAS["ts_quantile"], window=3, q=q)
-
-
-@pytest.mark.parametrize("alias, window, payload_window", [("delay", 3, 4), ("delta", 1, 2), ("ts_sum", 3, 3),
-                                                          ("ema", 5, 5)])
-def test_payload_window_counts_the_rows_a_cell_needs(alias, window, payload_window):
-    instance = NativeFunction(BY_ALIAS[alias], window=window)
-    instance(np.ones(2))
-    state = instance.get_state()
-    assert (state["count"], state["window"], instance.window) == (1, payload_window, payload_window)
 
 
 @pytest.mark.parametrize("row", TIME_SERIES, ids=lambda row: row["alias"])
