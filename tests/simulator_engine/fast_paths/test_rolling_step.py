@@ -1,7 +1,7 @@
 import numpy as np
 import pytest
 
-from quillmarsh.functions.builtins.longitudinal import ROLLING_ZSCORE
+from quillmarsh.functions.builtins.longitudinal import ROLLING_MEAN, ROLLING_STD, ROLLING_ZSCORE
 from quillmarsh.simulator_engine import expression_evaluator as ee
 
 N = 3
@@ -46,3 +46,18 @@ def test_refuses_bad_arguments_before_touching_the_state(key, bad, error, match)
     for k, v in before.items():
         np.testing.assert_array_equal(arguments[k], v)
 
+
+
+@pytest.mark.parametrize("name, keeps_squares", [(ROLLING_MEAN, False), (ROLLING_STD, True), (ROLLING_ZSCORE, True)])
+def test_square_sums_are_kept_only_by_statistics_that_read_them(name, keeps_squares):
+    rows = np.array([[1.0, 2.0, 3.0], [4.0, np.nan, 6.0], [7.0, 8.0, 9.0], [0.5, 1.5, 2.5]])
+    arguments = {**fresh_arguments(window=2), "name": name}
+    for count, row in enumerate(rows):
+        out = ee._rolling_step(**{**arguments, "row": row, "count": count})
+    if name == ROLLING_MEAN:
+        np.testing.assert_array_equal(out, rows[-2:].mean(axis=0))
+    departed = np.nan_to_num(rows[:-2]).astype(np.longdouble)
+    seen = np.nan_to_num(rows).astype(np.longdouble)
+    np.testing.assert_array_equal(arguments["lagging_sum"], departed.sum(axis=0))
+    np.testing.assert_array_equal(arguments["prefix_sum_sq"], (seen ** 2).sum(axis=0) if keeps_squares else 0)
+    np.testing.assert_array_equal(arguments["lagging_sum_sq"], (departed ** 2).sum(axis=0) if keeps_squares else 0)

@@ -11,7 +11,8 @@ none of its `window` values is NaN; infinities are values. Once an infinity ente
 prefix sums, later cells of that column are non-finite, as in the kernel.
 
 State payload: "count", "window", "ring" (window, N) float64, "nan_in_window" (N,) int64 and
-the long-double sums "prefix_sum", "prefix_sum_sq", "lagging_sum", "lagging_sum_sq" (N,).
+the long-double sums "prefix_sum", "prefix_sum_sq", "lagging_sum", "lagging_sum_sq" (N,). A mean
+never reads the square sums and leaves them as they were (zero from a fresh start).
 """
 ROLLING_MEAN = "longitudinal_accumulators_25c7fb"
 ROLLING_STD = "longitudinal_accumulators_a5b1f0"

@@ -16,21 +16,24 @@ void step(const RollingState& s, const double* row, std::size_t count, double* o
     const bool departs = count >= s.window;
     const bool warm_up = count + 1 < s.window;
     const long double w = static_cast<long double>(s.window);
+    // A mean never reads the square sums: they keep whatever they held, and
+    // each cell saves two long-double loads and stores, the bulk of its cost.
+    constexpr bool kSquares = S != RollingStatistic::Mean;
     for (std::size_t c = 0; c < s.cols; ++c) {
         // The sums are held in locals, so each is loaded and stored once (the
         // state arrays might alias each other as far as the compiler knows).
-        long double lag = s.lag[c], lag_sq = s.lag_sq[c], lead = s.lead[c], lead_sq = s.lead_sq[c];
+        long double lag = s.lag[c], lead = s.lead[c];
+        long double lag_sq = kSquares ? s.lag_sq[c] : 0.0L, lead_sq = kSquares ? s.lead_sq[c] : 0.0L;
         std::int64_t missing = s.missing[c];
-        // The squares are kept for every statistic: the state has one format.
         if (departs) {
-            missing -= accumulate<true>(held[c], lag, lag_sq);
+            missing -= accumulate<kSquares>(held[c], lag, lag_sq);
             s.lag[c] = lag;
-            s.lag_sq[c] = lag_sq;
+            if constexpr (kSquares) s.lag_sq[c] = lag_sq;
         }
         double x = row[c];
-        missing += accumulate<true>(x, lead, lead_sq);
+        missing += accumulate<kSquares>(x, lead, lead_sq);
         s.lead[c] = lead;
-        s.lead_sq[c] = lead_sq;
+        if constexpr (kSquares) s.lead_sq[c] = lead_sq;
         s.missing[c] = missing;
         held[c] = x;
         out[c] = warm_up || missing != 0 ? kNaN : window_value<S>(lead - lag, lead_sq - lag_sq, w, x);

@@ -6,6 +6,7 @@
 //   missing    N int64: NaN cells among the rows held by the ring;
 //   lead, lead_sq  N long double: sum of every row seen (NaN as 0) and of squares;
 //   lag, lag_sq    N long double: the same sums over the rows that left the window.
+//   A mean reads and writes neither square sum.
 // Step for row number `count` (0-based), going to slot count % window: in
 // steady state (count >= window) the row held in that slot departs first and
 // joins the lagging sums; then the new row joins the leading sums, the NaN

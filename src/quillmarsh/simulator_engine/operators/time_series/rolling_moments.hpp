@@ -9,7 +9,8 @@
 //   so stepping rows 0, 1, 2, ... gives the whole-matrix kernel's cells bit for
 //   bit, and a restored state continues a run exactly.
 // State payload: ring (window, n) float64, nan_in_window (n,) int64, and the
-//   long-double sums prefix_sum, prefix_sum_sq, lagging_sum, lagging_sum_sq (n,).
+//   long-double sums prefix_sum, prefix_sum_sq, lagging_sum, lagging_sum_sq (n,);
+//   a mean keeps its square sums as restored (zero from a fresh start).
 // Complexity: O(n) per step. Runs without the GIL, touches no Python object.
 #pragma once
 
