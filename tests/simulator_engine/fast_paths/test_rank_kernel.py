@@ -54,3 +54,27 @@ def test_crowded_values_share_the_sort_high_halves(spacing):
     values = 1.0 + np.random.default_rng(1).permutation(np.repeat(np.arange(200), 2)) * spacing
     values[::7] = -values[::7]
     np.testing.assert_array_equal(ee._batch_rank(values[None, :]), rank_rows_reference(values[None, :]))
+
+
+def _spread_row(low, high, size=400):
+    # Values log-uniform in [low, high], with a few ties and NaN cells.
+    rng = np.random.default_rng(int(low * 1000) % 97 + size)
+    values = np.exp(rng.uniform(np.log(low), np.log(high), size))
+    values[::9] = values[1]
+    values[::13] = nan
+    return values
+
+
+@pytest.mark.parametrize("values", [
+    _spread_row(1.0, 1.0 + 2.0**-30),      # one high half for every cell
+    _spread_row(1.0, 1.0 + 2.0**-14),      # high halves within one byte
+    _spread_row(1.0, 1.5),                 # within two bytes
+    _spread_row(1.0, 16.0),                # within three bytes
+    _spread_row(1e-3, 1e3),                # more than three bytes, one sign
+    _spread_row(1e-300, 1e300),            # every exponent
+    np.concatenate([-_spread_row(1e-4, 1e-1, 200), _spread_row(1e-4, 1e-1, 200)]),  # both signs
+    np.round(_spread_row(1.0, 64.0)),      # integers: long runs of ties
+], ids=["same-high-half", "one-byte", "two-bytes", "three-bytes", "wide", "all-exponents", "both-signs", "ties"])
+def test_long_rows_sort_like_the_reference_at_every_span(values):
+    rows = np.stack([values, np.random.default_rng(3).permutation(values)])
+    np.testing.assert_array_equal(ee._batch_rank(rows), rank_rows_reference(rows))
