@@ -65,6 +65,24 @@ def _spread_row(low, high, size=400):
     return values
 
 
+def _extreme_row(size, present=None):
+    # Only the keys at the ends of the order: both infinities and largest magnitudes, the
+    # smallest subnormals and both zeros; cells past `present` are NaN.
+    big, tiny = np.finfo(np.float64).max, 5e-324
+    values = np.random.default_rng(size).choice([inf, -inf, big, -big, tiny, -tiny, 0.0, -0.0], size)
+    values[size if present is None else present:] = nan
+    return values
+
+
+@pytest.mark.parametrize("values", [
+    _extreme_row(300), _extreme_row(300, present=256), _extreme_row(300, present=255),
+    np.where(np.arange(300) == 17, inf, 1.0), np.full(300, -0.0),
+], ids=["extremes", "extremes-256-present", "extremes-255-present", "one-inf-among-ties", "all-negative-zero"])
+def test_long_rows_with_extreme_keys_sort_like_the_reference(values):
+    rows = np.stack([values, np.random.default_rng(5).permutation(values)])
+    np.testing.assert_array_equal(ee._batch_rank(rows), rank_rows_reference(rows))
+
+
 @pytest.mark.parametrize("values", [
     _spread_row(1.0, 1.0 + 2.0**-30),      # one high half for every cell
     _spread_row(1.0, 1.0 + 2.0**-14),      # high halves within one byte
