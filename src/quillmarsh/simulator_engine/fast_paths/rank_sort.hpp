@@ -5,13 +5,15 @@
 // mean equal values.
 //
 // Sorting moves 8-byte words, (high 32 bits of the key) << 32 | column. Long
-// rows are ordered by bucket with an LSD radix sort on byte digits: a bucket is
+// rows are ordered by bucket with an LSD radix sort on byte digits. A bucket is
 // the top 16 bits of a word's high half less the row's smallest high half (24
-// bits, three passes, when the high halves span more than 24 bits, as values of
-// both signs do). Each run sharing a bucket, short unless values tie or crowd
-// together, is then finished by its full keys. At 500 cells of one sign this
-// takes two passes where sorting every byte of the high half took three or
-// four. Short rows use std::sort on the full keys, for which the radix
+// bits, three passes, when the high halves span more than 24 bits). In rows of
+// both signs each sign is bucketed on its own span, 15 bits (23), negative
+// buckets first: the stretch of tiny magnitudes between the two, which values
+// seldom fill, then costs no bucket bits, and values of both signs spread
+// over two passes where one span over both took three. Each run sharing a
+// bucket, short unless values tie or crowd together, is then finished by its
+// full keys. Short rows use std::sort on the full keys, for which the radix
 // histograms would cost more than the sort.
 // Runs without the GIL, touches no Python object.
 #pragma once
