@@ -87,3 +87,15 @@ def test_bound_instances_keep_the_same_node_outputs_on_either_path():
     for path, matrix in native.node_outputs.items():
         np.testing.assert_array_equal(matrix, python.node_outputs[path], err_msg=path)
     assert_same_states(native.states, python.states)
+
+
+@pytest.mark.parametrize("width", [1, 63, 64, 65, 130])
+def test_wide_rows_are_masked_on_every_inactive_column(width):
+    # Inactive universe cells (0.0, -0.0, NaN) on both sides of each 64-column boundary.
+    rng = np.random.default_rng(width)
+    close = rng.standard_normal((6, width))
+    universe = rng.choice([1.0, 1.0, 1.0, 0.0, -0.0, np.nan, np.inf], (6, width))
+    context = ee.EvaluationContext([close], {"close": 0}, registry=default_registry(), universe=universe)
+    out, _ = ee.evaluate(op("elementwise_abs_82451b", feature("close")), context)
+    inactive = (universe == 0.0) | np.isnan(universe)
+    np.testing.assert_array_equal(out, np.abs(np.where(inactive, np.nan, close)))
