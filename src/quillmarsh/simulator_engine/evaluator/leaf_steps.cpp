@@ -54,6 +54,7 @@ void run_feature_leaf(GeneralEvaluation& ev, Program& program, Instruction& ins,
         std::fill(reg, reg + n, NAN);
     } else {
         copy_row(program.features[ins.source], t, ev.local_registers, ins.reg, reg, n);
+        prefetch_row(program.features[ins.source], t + 1);
     }
     if (program.has_universe && !program.mask_row(reg, t)) mask_through_python(ev, program, ins, t);
 }

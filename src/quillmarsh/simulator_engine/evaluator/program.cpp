@@ -187,6 +187,7 @@ bool Program::mask_row(double* values, std::int64_t t) {
     if (universe_row != inactive_of) {
         inactive_columns(universe_row, static_cast<std::size_t>(n), inactive);
         inactive_of = universe_row;
+        prefetch_row(universe, t + 1);
     }
     blank_columns(values, inactive);
     return true;

@@ -43,6 +43,13 @@ void copy_row(const RowSource& source, std::int64_t t, nb::handle target, std::i
     if (PyObject_SetItem(target.ptr(), nb::int_(target_row).ptr(), row.ptr()) != 0) throw nb::python_error();
 }
 
+void prefetch_row(const RowSource& source, std::int64_t t) {
+    constexpr std::int64_t kValuesPerLine = 64 / sizeof(double);
+    const double* row = source.row(t);
+    if (row == nullptr) return;
+    for (std::int64_t i = 0; i < source.cols; i += kValuesPerLine) __builtin_prefetch(row + i);
+}
+
 double read_cell(const RowSource& source, std::int64_t t, std::int64_t col) {
     if (const double* src = source.row(t); src != nullptr && col < source.cols) return src[col];
     nb::object cell = item_of(source.original, nb::make_tuple(t, col));

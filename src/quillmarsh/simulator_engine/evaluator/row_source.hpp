@@ -29,6 +29,11 @@ RowSource row_source(nb::handle original, std::int64_t cols);
 void copy_row(const RowSource& source, std::int64_t t, nb::handle target, std::int64_t target_row, double* dest,
               std::int64_t n);
 
+// Asks the cache for row t of a raw source ahead of its read (nothing for
+// rows read through Python): the per-row loop reads each source row once, long
+// after the previous one, so the hardware has no stream to follow.
+void prefetch_row(const RowSource& source, std::int64_t t);
+
 // float(source[t, col])
 double read_cell(const RowSource& source, std::int64_t t, std::int64_t col);
 
