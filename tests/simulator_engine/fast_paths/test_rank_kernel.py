@@ -94,8 +94,9 @@ def test_long_rows_with_extreme_keys_sort_like_the_reference(values):
     np.concatenate([-_spread_row(1.0, 1.5, 200), _spread_row(1e-30, 1e30, 200)]),  # both, one sign wide
     np.concatenate([-_spread_row(1.0, 1.0 + 2.0**-30, 200), _spread_row(1.0, 1.0 + 2.0**-30, 200)]),
     np.round(_spread_row(1.0, 64.0)),      # integers: long runs of ties
+    np.concatenate([-_spread_row(1e-4, 1e-1, 1500), _spread_row(1.0, 1.5, 1500)]),  # a long row
 ], ids=["same-high-half", "one-byte", "two-bytes", "three-bytes", "wide", "all-exponents", "both-signs",
-        "both-signs-one-wide", "both-signs-one-high-half-each", "ties"])
+        "both-signs-one-wide", "both-signs-one-high-half-each", "ties", "long-row"])
 def test_long_rows_sort_like_the_reference_at_every_span(values):
     rows = np.stack([values, np.random.default_rng(3).permutation(values)])
     np.testing.assert_array_equal(ee._batch_rank(rows), rank_rows_reference(rows))

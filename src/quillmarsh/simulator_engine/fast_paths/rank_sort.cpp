@@ -11,8 +11,11 @@ namespace qm {
 namespace {
 
 constexpr std::size_t kRadixMinCells = 256;
-// A sign's high halves spanning at most kNarrowSpanBits bits get 15-bit
-// buckets (with the sign bit 16: two byte passes), wider spans 23 (24: three).
+// In rows of at most kNarrowMaxCells cells, a sign's high halves spanning at
+// most kNarrowSpanBits bits get 15-bit buckets (with the sign bit 16: two byte
+// passes); wider spans and longer rows, whose cells would crowd into shared
+// buckets, get 23 (24: three).
+constexpr std::size_t kNarrowMaxCells = 1024;
 constexpr int kNarrowSpanBits = 24;
 constexpr int kNarrowBucketBits = 15;
 constexpr int kWideBucketBits = 23;
@@ -49,6 +52,8 @@ struct Buckets {
     std::uint32_t of(std::uint32_t high) const { return by_sign[high >> 31].of(high); }
 };
 
+inline bool narrow(int width, std::size_t cells) { return width <= kNarrowSpanBits && cells <= kNarrowMaxCells; }
+
 SignBuckets sign_buckets(std::uint32_t lowest, std::uint32_t highest, int bits, std::uint32_t base) {
     return {lowest, std::max(bit_width(highest - lowest) - bits, 0), base};
 }
@@ -81,13 +86,13 @@ Buckets buckets_of(const std::vector<std::uint64_t>& words) {
     Buckets buckets;
     if ((lowest & kNonNegative) == (highest & kNonNegative)) {  // one sign
         const int width = bit_width(highest - lowest);
-        const int bits = std::min(width, width <= kNarrowSpanBits ? kNarrowBucketBits + 1 : kWideBucketBits + 1);
+        const int bits = std::min(width, narrow(width, words.size()) ? kNarrowBucketBits + 1 : kWideBucketBits + 1);
         buckets.by_sign[0] = buckets.by_sign[1] = sign_buckets(lowest, highest, bits, 0);
         buckets.passes = (bits + 7) / 8;
         return buckets;
     }
     const int width = std::max(bit_width(highest_negative - lowest), bit_width(highest - lowest_non_negative));
-    const int bits = width <= kNarrowSpanBits ? kNarrowBucketBits : kWideBucketBits;
+    const int bits = narrow(width, words.size()) ? kNarrowBucketBits : kWideBucketBits;
     buckets.by_sign[0] = sign_buckets(lowest, highest_negative, bits, 0);
     buckets.by_sign[1] = sign_buckets(lowest_non_negative, highest, bits, std::uint32_t{1} << bits);
     buckets.passes = (bits + 1 + 7) / 8;

@@ -7,7 +7,8 @@
 // Sorting moves 8-byte words, (high 32 bits of the key) << 32 | column. Long
 // rows are ordered by bucket with an LSD radix sort on byte digits. A bucket is
 // the top 16 bits of a word's high half less the row's smallest high half (24
-// bits, three passes, when the high halves span more than 24 bits). In rows of
+// bits, three passes, when the high halves span more than 24 bits or the row
+// holds more than 1,024 cells, which would crowd 16-bit buckets). In rows of
 // both signs each sign is bucketed on its own span, 15 bits (23), negative
 // buckets first: the stretch of tiny magnitudes between the two, which values
 // seldom fill, then costs no bucket bits, and values of both signs spread
