@@ -43,7 +43,7 @@ void allocate_evaluation(GeneralEvaluation& ev) {
     ev.total_root_warmup_rows = graph_warmup_rows(ev);
     ev.root_warmup_rows = rows_within(ev.total_root_warmup_rows, ev.T);
     ev.filtration = FiltrationTables{nb::dict(), ev.tables.filtration_nodes, ev.context};
-    ev.output_weights = zeros_float64({ev.T, ev.N});
+    ev.output_weights = empty_float64({ev.T, ev.N});  // the row loop writes every row
     ev.local_registers = zeros_float64({ev.next_reg, ev.N});
     nb::object signals = getattr_or_none(ev.context, "useful_signals");
     ev.local_extraction_buffer =
