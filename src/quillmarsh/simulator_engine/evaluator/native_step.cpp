@@ -35,8 +35,9 @@ namespace {
 void run_native(GeneralEvaluation& ev, Program& program, Instruction& ins, std::int64_t t) {
     double* reg = program.row(ins.reg);
     double* out = ins.native_into_scratch ? program.scratch.data() : reg;
-    const std::string mismatch = ops::row_width_mismatch(*ins.native, program.n);
-    if (!mismatch.empty()) raise_native_failure(ins, t, PyExc_ValueError, mismatch.c_str());
+    if (!ops::fits_row_width(*ins.native, program.n)) {
+        raise_native_failure(ins, t, PyExc_ValueError, ops::row_width_mismatch(*ins.native, program.n).c_str());
+    }
     try {
         ins.native->step(ins.native_inputs.data(), out, program.n);
     } catch (const std::invalid_argument& error) {

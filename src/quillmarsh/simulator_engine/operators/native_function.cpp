@@ -69,7 +69,7 @@ nb::dict NativeFunction::get_state() { return state_payload(*op_); }
 void NativeFunction::set_state(nb::handle data) { op_ = restored_operator(*declaration_, params_, data); }
 
 std::string row_width_mismatch(const RowOperator& op, std::int64_t n) {
-    if (op.width() < 0 || op.width() == n) return {};
+    if (fits_row_width(op, n)) return {};
     return msg::operator_row_width(shape_of(op.width()), shape_of(n));
 }
 

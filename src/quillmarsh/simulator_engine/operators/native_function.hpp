@@ -41,6 +41,13 @@ private:
     std::unique_ptr<RowOperator> op_;
 };
 
+// Whether a row of n cells fits an operator: it holds rows of n cells or of
+// any width. Checked at every step, so kept apart from building the message.
+inline bool fits_row_width(const RowOperator& op, std::int64_t n) {
+    const std::int64_t width = op.width();
+    return width < 0 || width == n;
+}
+
 // The message for a row of n cells handed to an operator that holds rows of
 // another width; empty when n fits.
 std::string row_width_mismatch(const RowOperator& op, std::int64_t n);
