@@ -32,6 +32,7 @@ def test_functions_reductions_and_filter_operators_get_their_node_kinds():
     "rank(close) * rank(volume)", "a * (b * c) * (d * e)", "zscore(mean(returns, 5), 60)",
     "pool_mean(filtration(or_(gt('sharpe', 0.5), lt('turnover', 1.0))))", "scale(demean(x), -2.0, target=0.5)",
     "indneutralize(x, IndClass.industry) - adv20", "c ? 1.0 : -x ** 2.0", "-1.0 - x / (y - 1.0)",
+    "-1.0 * rank(x)", "x * y * 2.0", "2.0 * (x + y)",
 ])
 def test_printed_text_parses_to_the_same_graph(text):
     graph = parse_expression(text, REGISTRY)

@@ -42,8 +42,16 @@ def _logical_or(a: np.ndarray, b: np.ndarray) -> np.ndarray:
     return _truth((a != 0) | (b != 0))
 
 
+def c_power(a, b) -> np.ndarray:
+    """C `pow` cell by cell. NumPy's power with a scalar exponent of 0.5 takes a square
+    root instead, which differs at -0.0 and -inf; an array exponent keeps `pow`."""
+    base, exponent = np.broadcast_arrays(np.atleast_1d(np.asarray(a, dtype=np.float64)),
+                                         np.atleast_1d(np.asarray(b, dtype=np.float64)))
+    return np.power(base, exponent.copy())
+
+
 def _signed_power(x: np.ndarray, a: np.float64) -> np.ndarray:
-    return np.sign(x) * np.power(np.abs(x), a)
+    return np.sign(x) * c_power(np.abs(x), a)
 
 
 def _where(rows: list[np.ndarray], params: dict[str, float]) -> np.ndarray:
@@ -68,7 +76,7 @@ ELEMENTWISE_REFERENCES: dict[str, Reference] = {
     "elementwise_abs_82451b": _unary(np.abs),
     "elementwise_log_7babc2": _unary(np.log),
     "elementwise_sign_81e920": _unary(np.sign),
-    "elementwise_power_b573f2": _binary(np.power),
+    "elementwise_power_b573f2": _binary(c_power),
     "elementwise_signedpower_ab70ca": _with_constant(_signed_power, "a"),
     "elementwise_maximum_e77a31": _binary(np.maximum),
     "elementwise_minimum_bd164f": _binary(np.minimum),
@@ -89,8 +97,8 @@ ELEMENTWISE_REFERENCES: dict[str, Reference] = {
     "elementwise_mul_scalar_69980f": _with_constant(np.multiply),
     "elementwise_div_scalar_3fefad": _with_constant(np.divide),
     "elementwise_rdiv_scalar_258a05": _with_constant(_reversed(np.divide)),
-    "elementwise_power_scalar_ce4fd6": _with_constant(np.power),
-    "elementwise_rpower_scalar_99cde3": _with_constant(_reversed(np.power)),
+    "elementwise_power_scalar_ce4fd6": _with_constant(c_power),
+    "elementwise_rpower_scalar_99cde3": _with_constant(_reversed(c_power)),
     "elementwise_maximum_scalar_8920cc": _with_constant(np.maximum),
     "elementwise_minimum_scalar_dbe2dc": _with_constant(np.minimum),
     "elementwise_less_scalar_88d2ca": _with_constant(_compare("less")),

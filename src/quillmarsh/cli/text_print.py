@@ -1,7 +1,7 @@
 """Printing a graph in the text form, with only the parentheses the binding levels need.
 
 Parsing the printed text gives the same graph: operators print as their symbols, scalar forms
-with their constant on its side, `where` as `c ? a : b` (a `constant_like` of the condition as
+with their constant on its side (a constant factor first), `where` as `c ? a : b` (a `constant_like` of the condition as
 its bare constant), the N-day mean of `amount` as `advN`, a group feature of `indneutralize`
 as `IndClass.level`, everything else as a call.
 """
@@ -51,7 +51,7 @@ def _operator_text(alias: str, children: list[FunctionGraphNode]) -> tuple[str, 
     if alias in SCALAR_FORMS and len(data) == 1 and len(constants) == 1 and len(children) == 2:
         binary, reflected = SCALAR_FORMS[alias]
         operands = (_literal(constants[0].node), _text(data[0]))
-        return _binary(binary, *(operands if reflected else operands[::-1]))
+        return _binary(binary, *(operands if reflected or _factor_first(binary, operands[1]) else operands[::-1]))
     if alias in UNARY_BY_ALIAS and len(data) == 1 == len(children):
         operand, level = _text(data[0])
         return UNARY_BY_ALIAS[alias].symbol + _wrapped(operand, level, UNARY), UNARY
@@ -62,6 +62,12 @@ def _operator_text(alias: str, children: list[FunctionGraphNode]) -> tuple[str, 
     if alias == "indneutralize" and len(children) == 2 == len(data) and _is_group_level(children[1]):
         return f"indneutralize({_text(children[0])[0]}, IndClass.{children[1].node})", ATOM
     return None
+
+
+def _factor_first(binary: Binary, operand: tuple[str, int]) -> bool:
+    """A constant factor reads first (`-1.0 * rank(x)`, as formulas write it), unless the other
+    factor is itself a product or quotient, which would then need parentheses."""
+    return binary.symbol == "*" and operand[1] != TIMES
 
 
 def _is_group_level(node: FunctionGraphNode) -> bool:

@@ -213,8 +213,8 @@ inline std::string param_not_finite(const std::string& param, const std::string&
 inline std::string param_too_large(const std::string& param, const std::string& value_repr) {
     return param + " is too large, got " + value_repr;
 }
-inline std::string param_below_one(const std::string& param, long long value) {
-    return param + " must be at least 1, got " + std::to_string(value);
+inline std::string param_below_one(const std::string& param, const std::string& value_repr) {
+    return param + " must be at least 1, got " + value_repr;
 }
 inline std::string operator_keyword(const std::string& op, const std::string& key_repr) {
     return op + " got an unexpected keyword argument " + key_repr;
@@ -235,7 +235,7 @@ inline std::string saved_state_type(const std::string& type_name) { return "a sa
 inline std::string saved_state_window(const std::string& saved, const std::string& window) {
     return "saved state has window " + saved + ", this instance has window " + window;
 }
-inline std::string saved_state_count(long long count) { return "saved state has a negative count " + std::to_string(count); }
+inline std::string saved_state_count(const std::string& count) { return "saved state has a negative count " + count; }
 inline std::string saved_state_without_history(long long count, const std::string& field) {
     return "saved state with count " + std::to_string(count) + " carries no '" + field + "'";
 }

@@ -1,5 +1,6 @@
 #include "operators/operator_params.hpp"
 
+#include <algorithm>
 #include <cmath>
 #include <string>
 
@@ -19,36 +20,44 @@ std::string not_an_integer(const ParamSpec& param, nb::handle value) {
     return msg::param_not_integer(param.name, repr_of(value));
 }
 
-// An integer parameter: a Python int or anything with __index__, never a bool.
-long long integer_value(const ParamSpec& param, nb::handle value) {
+// An integer parameter as a Python int: anything with __index__, never a bool.
+nb::object index_of(const ParamSpec& param, nb::handle value) {
     if (PyBool_Check(value.ptr())) raise_type(not_an_integer(param, value));
     PyObject* index = PyNumber_Index(value.ptr());
     if (!index) {
         PyErr_Clear();
         raise_type(not_an_integer(param, value));
     }
-    long long out = PyLong_AsLongLong(index);
-    Py_DECREF(index);
-    if (out == -1 && PyErr_Occurred()) throw nb::python_error();
-    return out;
+    return nb::steal(index);
 }
 
-// A window: an integer, or a float floored to one (the usual rule of formulaic alphas).
-long long window_value(const ParamSpec& param, nb::handle value) {
-    long long length = 0;
+// A window of at least 1, saturated at kWindowLimit: a run never gets that far,
+// so every longer window means the same thing (every row stays warm-up NaN).
+std::int64_t window_value(const ParamSpec& param, nb::handle value) {
     if (PyFloat_Check(value.ptr())) {
         const double raw = PyFloat_AS_DOUBLE(value.ptr());
         if (!std::isfinite(raw)) raise_value(msg::param_not_finite(param.name, repr_of(value)));
+        // Floored: the usual rule of formulaic alphas.
         const double floored = std::floor(raw);
-        if (floored < 1.0) raise_value(msg::param_below_one(param.name, static_cast<long long>(floored)));
-        // Beyond 2^53 a float no longer names one integer.
-        if (floored > 9.0e15) raise_value(msg::param_too_large(param.name, repr_of(value)));
-        length = static_cast<long long>(floored);
-    } else {
-        length = integer_value(param, value);
+        if (floored < 1.0) raise_value(msg::param_below_one(param.name, repr_of(value)));
+        return floored >= static_cast<double>(kWindowLimit) ? kWindowLimit : static_cast<std::int64_t>(floored);
     }
-    if (length < 1) raise_value(msg::param_below_one(param.name, length));
-    return length;
+    nb::object index = index_of(param, value);
+    int overflow = 0;
+    const long long length = PyLong_AsLongLongAndOverflow(index.ptr(), &overflow);
+    if (length == -1 && PyErr_Occurred()) throw nb::python_error();
+    if (overflow < 0 || (overflow == 0 && length < 1)) raise_value(msg::param_below_one(param.name, repr_of(value)));
+    return overflow > 0 ? kWindowLimit : std::min<std::int64_t>(length, kWindowLimit);
+}
+
+// An integer parameter that must fit 64 bits.
+long long integer_value(const ParamSpec& param, nb::handle value) {
+    nb::object index = index_of(param, value);
+    int overflow = 0;
+    const long long out = PyLong_AsLongLongAndOverflow(index.ptr(), &overflow);
+    if (out == -1 && PyErr_Occurred()) throw nb::python_error();
+    if (overflow != 0) raise_value(msg::param_too_large(param.name, repr_of(value)));
+    return out;
 }
 
 double number_value(const ParamSpec& param, nb::handle value) {

@@ -1,5 +1,6 @@
 #include "operators/operator_state.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -88,10 +89,21 @@ std::int64_t saved_width(nb::handle value) {
     return PyArray_DIM(arr, PyArray_NDIM(arr) - 1);
 }
 
+// A saved window past the limit saturates, as the window parameter does.
+nb::object saturated_window(nb::object saved) {
+    nb::object limit = nb::int_(kWindowLimit);
+    if (!PyLong_Check(saved.ptr()) && !PyFloat_Check(saved.ptr())) return saved;
+    const int beyond = PyObject_RichCompareBool(saved.ptr(), limit.ptr(), Py_GT);
+    if (beyond < 0) throw nb::python_error();
+    return beyond ? limit : saved;
+}
+
 void check_window(nb::handle data, const RowOperator& op) {
-    nb::object window = nb::int_(op.window());
     nb::object saved = saved_value(data, "window");
     if (!saved.is_valid()) return;
+    // Both sides saturate: delay's history is its window plus one row.
+    nb::object window = saturated_window(nb::int_(op.window()));
+    saved = saturated_window(saved);
     const int differs = PyObject_RichCompareBool(saved.ptr(), window.ptr(), Py_NE);
     if (differs < 0) throw nb::python_error();
     if (differs) {
@@ -104,11 +116,13 @@ std::int64_t saved_count(nb::handle data) {
     if (!saved.is_valid()) return 0;
     PyObject* as_int = PyNumber_Long(saved.ptr());
     if (!as_int) throw nb::python_error();
-    const long long count = PyLong_AsLongLong(as_int);
+    int overflow = 0;
+    const long long count = PyLong_AsLongLongAndOverflow(as_int, &overflow);
     Py_DECREF(as_int);
     if (count == -1 && PyErr_Occurred()) throw nb::python_error();
-    if (count < 0) raise_value(msg::saved_state_count(count));
-    return count;
+    if (overflow < 0 || (overflow == 0 && count < 0)) raise_value(msg::saved_state_count(text_of(saved)));
+    // Past the limit every window is full: the same history as at the limit.
+    return overflow > 0 ? kWindowLimit : std::min<std::int64_t>(count, kWindowLimit);
 }
 
 }  // namespace

@@ -12,6 +12,11 @@
 
 namespace qm::ops {
 
+// Rows of a run and window lengths stay at or below 2^62, so a count can keep
+// growing and a window plus a row or two never overflows. A run never reaches
+// it: any longer window means the same (the window is never full).
+constexpr std::int64_t kWindowLimit = std::int64_t{1} << 62;
+
 // Element type of one saved state array.
 enum class StateDType : std::uint8_t { Float64, Int64, LongDouble };
 

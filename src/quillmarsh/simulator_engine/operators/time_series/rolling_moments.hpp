@@ -8,7 +8,7 @@
 // Exactness: each row is the engine's rolling step (fast_paths/rolling_step),
 //   so stepping rows 0, 1, 2, ... gives the whole-matrix kernel's cells bit for
 //   bit, and a restored state continues a run exactly.
-// State payload: ring (window, n) float64, nan_in_window (n,) int64, and the
+// State payload: ring (min(window, count), n) float64, nan_in_window (n,) int64, and the
 //   long-double sums prefix_sum, prefix_sum_sq, lagging_sum, lagging_sum_sq (n,);
 //   a mean keeps its square sums as restored (zero from a fresh start).
 // Complexity: O(n) per step. Runs without the GIL, touches no Python object.
@@ -36,11 +36,13 @@ public:
     std::vector<StateField> state_fields() override;
 
 private:
+    void hold_rows(std::int64_t rows);
+
     RollingStatistic statistic_;
     std::int64_t window_;
     std::int64_t count_ = 0;   // rows consumed
     std::int64_t width_ = -1;  // cells per row, once fixed
-    std::vector<double> ring_;              // (window, n): row r in slot r % window
+    std::vector<double> ring_;              // (min(window, count), n): row r in slot r % window
     std::vector<std::int64_t> missing_;     // NaN cells among the rows in the ring
     std::vector<long double> lead_, lead_sq_, lag_, lag_sq_;  // leading and lagging prefix sums
 };

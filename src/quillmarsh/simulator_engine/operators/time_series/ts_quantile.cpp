@@ -35,12 +35,12 @@ bool ordered_before(double a, double b) {
 
 class Quantile final : public RowOperator {
 public:
-    Quantile(std::int64_t window, double q) : history_(window, 1), q_(q), rows_(window) {}
+    Quantile(std::int64_t window, double q) : history_(window, 1), q_(q) {}
 
     void step(const double* const* inputs, double* out, std::int64_t n) override {
         const bool continues = history_.full() && sorted_valid_;
         if (continues) {
-            history_.window_rows(rows_.data());
+            load_window_rows();
             departing_.assign(rows_[0], rows_[0] + n);
         }
         history_.push(inputs, n);
@@ -48,7 +48,7 @@ public:
             std::fill(out, out + n, std::numeric_limits<double>::quiet_NaN());
             return;
         }
-        history_.window_rows(rows_.data());
+        load_window_rows();
         if (continues) {
             move_values(inputs[0], n);
         } else {
@@ -71,6 +71,12 @@ public:
     std::vector<StateField> state_fields() override { return history_.fields(); }
 
 private:
+    // Sized once the window is full: a window longer than the run never is.
+    void load_window_rows() {
+        if (rows_.empty()) rows_.resize(static_cast<std::size_t>(history_.rows()));
+        history_.window_rows(rows_.data());
+    }
+
     void sort_windows(std::int64_t n) {
         const std::int64_t d = history_.rows();
         sorted_.resize(static_cast<std::size_t>(n * d));

@@ -32,8 +32,7 @@ template <class Kernel>
 class WindowedOperator final : public RowOperator {
 public:
     WindowedOperator(Kernel kernel, std::int64_t rows)
-        : kernel_(std::move(kernel)), history_(rows, Kernel::inputs),
-          rows_(Kernel::inputs * static_cast<std::size_t>(rows)) {}
+        : kernel_(std::move(kernel)), history_(rows, Kernel::inputs) {}
 
     void step(const double* const* inputs, double* out, std::int64_t n) override {
         history_.push(inputs, n);
@@ -41,6 +40,8 @@ public:
             std::fill(out, out + n, std::numeric_limits<double>::quiet_NaN());
             return;
         }
+        // Sized once the window is full: a window longer than the run never is.
+        if (rows_.empty()) rows_.resize(Kernel::inputs * static_cast<std::size_t>(history_.rows()));
         history_.window_rows(rows_.data());
         kernel_(rows_.data(), history_.rows(), n, out);
         if (Kernel::whole_window) blank_windows_with_nan(out, n);
