@@ -22,34 +22,35 @@ using ops::PnlWeightedInstance;
 struct MeanReductionInstance {};
 
 void export_mean_reduction(nb::module_& m) {
-    nb::class_<MeanReductionInstance> cls(m, "NativeMeanReduction");
+    nb::class_<MeanReductionInstance> cls(m, "NativeMeanReduction", nb::is_final());
     cls.attr("stateful") = false;
     cls.def(nb::init<>())
         .def("__call__", [](MeanReductionInstance&, nb::handle extraction,
                             nb::handle) { return ops::mean_reduction_call(extraction); },
-             "extraction"_a, "context"_a = nb::none())
+             "extraction"_a.none(), "context"_a.none() = nb::none())
         .def("__getstate__", [](MeanReductionInstance&) { return nb::make_tuple(); })
         .def("__setstate__", [](MeanReductionInstance* self, nb::tuple) { new (self) MeanReductionInstance(); })
         .def("__repr__", [](MeanReductionInstance&) { return "NativeMeanReduction()"; });
 }
 
 void export_pnl_weighted_reduction(nb::module_& m) {
-    nb::class_<PnlWeightedInstance> cls(m, "NativePnlWeightedReduction");
+    // Final: the evaluator steps the core directly, so an overriding subclass would be bypassed.
+    nb::class_<PnlWeightedInstance> cls(m, "NativePnlWeightedReduction", nb::is_final());
     cls.attr("stateful") = true;
     cls.def("__init__",
             [](PnlWeightedInstance* self, nb::handle window, nb::object pnl_column) {
                 new (self) PnlWeightedInstance(window, std::move(pnl_column));
             },
-            "window"_a, "pnl_column"_a = "gross_returns")
+            "window"_a.none(), "pnl_column"_a.none() = "gross_returns")
         .def_prop_ro("window", &PnlWeightedInstance::window)
         .def_prop_ro("pnl_column", &PnlWeightedInstance::pnl_column)
         .def("__call__",
              [](PnlWeightedInstance& self, nb::handle extraction, nb::handle signal_pnl, nb::handle) {
                  return self.call(extraction, signal_pnl);
              },
-             "extraction"_a, nb::kw_only(), "signal_pnl"_a, "context"_a = nb::none())
+             "extraction"_a.none(), nb::kw_only(), "signal_pnl"_a.none(), "context"_a.none() = nb::none())
         .def("get_state", &PnlWeightedInstance::get_state)
-        .def("set_state", &PnlWeightedInstance::set_state, "data"_a)
+        .def("set_state", &PnlWeightedInstance::set_state, "data"_a.none())
         .def("__getstate__",
              [](PnlWeightedInstance& self) {
                  return nb::make_tuple(self.window(), self.pnl_column(), self.get_state());
