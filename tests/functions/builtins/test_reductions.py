@@ -96,9 +96,11 @@ def run_both(window, steps):
 def test_native_pnl_weighted_reduction_equals_its_numpy_twin_bit_for_bit(signals):
     rng = np.random.default_rng(signals)
     n = int(rng.integers(1, 7))
+    # Past 8 and 128 rows, a single signal's mean is a blocked sum.
+    window = {1: 130, 2: 130, 3: 20, 4: 9}.get(signals) or int(rng.choice([1, 2, 3, 5, 9]))
     steps = [(weight_rows(rng, signals, n), pnl_row(rng, signals, PNL_STYLES[t % len(PNL_STYLES)]))
-             for t in range(24)]
-    run_both(int(rng.integers(1, 8)), steps)
+             for t in range(window + 12)]
+    run_both(window, steps)
 
 
 @given(window=st.integers(1, 6), n=st.integers(1, 4), seed=st.integers(0, 2**32 - 1),

@@ -22,7 +22,8 @@ using ops::PnlWeightedInstance;
 struct MeanReductionInstance {};
 
 void export_mean_reduction(nb::module_& m) {
-    nb::class_<MeanReductionInstance> cls(m, "NativeMeanReduction", nb::is_final());
+    nb::class_<MeanReductionInstance> cls(m, "NativeMeanReduction", nb::is_final(),
+                                          "Column-wise mean of the signals' rows (A, N); all NaN when A is 0.");
     cls.attr("stateful") = false;
     cls.def(nb::init<>())
         .def("__call__", [](MeanReductionInstance&, nb::handle extraction,
@@ -35,7 +36,8 @@ void export_mean_reduction(nb::module_& m) {
 
 void export_pnl_weighted_reduction(nb::module_& m) {
     // Final: the evaluator steps the core directly, so an overriding subclass would be bypassed.
-    nb::class_<PnlWeightedInstance> cls(m, "NativePnlWeightedReduction", nb::is_final());
+    nb::class_<PnlWeightedInstance> cls(m, "NativePnlWeightedReduction", nb::is_final(),
+                                        "Signals' rows averaged with weights from their trailing mean PnL.");
     cls.attr("stateful") = true;
     cls.def("__init__",
             [](PnlWeightedInstance* self, nb::handle window, nb::object pnl_column) {
