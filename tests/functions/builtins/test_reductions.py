@@ -1,7 +1,16 @@
-import numpy as np
+"""The reduction built-ins: their behaviour, and the native instances against their NumPy twins
+(cells bit for bit, states, resuming and errors)."""
+import copy
+import pickle
 
+import numpy as np
+import pytest
+from hypothesis import given, strategies as st
+
+from quillmarsh._reference.reductions import MeanReduction, PnlWeightedReduction
 from quillmarsh.functions.registry import default_registry
 from quillmarsh.simulator_engine._types import FunctionState
+from quillmarsh.simulator_engine.expression_evaluator import NativeMeanReduction, NativePnlWeightedReduction
 
 
 def test_pnl_weighted_reduction_weights_by_positive_trailing_mean():
@@ -29,20 +38,6 @@ def test_stateful_reduction_resumes_from_its_state():
     resumed(rows, signal_pnl=pnls[1])
     np.testing.assert_array_equal(resumed(rows, signal_pnl=pnls[2]), expected)
 
-
-# The native instances against their NumPy twins.
-
-import copy  # noqa: E402
-import pickle  # noqa: E402
-
-import pytest  # noqa: E402
-from hypothesis import given, strategies as st  # noqa: E402
-
-from quillmarsh._reference.reductions import MeanReduction, PnlWeightedReduction  # noqa: E402
-from quillmarsh.simulator_engine.expression_evaluator import (  # noqa: E402
-    NativeMeanReduction,
-    NativePnlWeightedReduction,
-)
 
 # How a row's PnL values are drawn: each style leads the weights to another branch.
 PNL_STYLES = ("mixed", "negative", "zero", "nan", "inf", "tiny")
