@@ -7,7 +7,7 @@ from hypothesis import given, settings, strategies as st
 from hypothesis.extra import numpy as hnp
 
 from quillmarsh.functions.builtins.longitudinal import ROLLING_MEAN, ROLLING_ZSCORE
-from quillmarsh.functions.builtins.reductions import PnlWeightedReduction
+from quillmarsh._reference.reductions import PnlWeightedReduction
 from quillmarsh.functions.registry import default_registry
 from quillmarsh.simulator_engine._types import FunctionState
 

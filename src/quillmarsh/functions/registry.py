@@ -4,7 +4,7 @@ User functions are registered with a factory. Built-in functions are stub entrie
 `factory`, `module_path`, `class_name` or `implementation` attribute), which lets the engine
 run its own vectorised kernels for them. Instances of native operators (the engine's operator
 table) are `NativeFunction` objects, which the general evaluator steps without Python; the
-the reductions' instances come from `_BUILTINS`.
+reductions' instances are the native reduction classes listed in `_BUILTINS`.
 """
 from __future__ import annotations
 
@@ -13,8 +13,13 @@ from collections.abc import Callable
 from dataclasses import dataclass
 from typing import Any
 
-from quillmarsh.functions.builtins.reductions import MeanReduction, PnlWeightedReduction
-from quillmarsh.simulator_engine.expression_evaluator import NativeFunction, _operator_table
+from quillmarsh.functions.builtins.reductions import REDUCTION_MEAN, REDUCTION_PNL_WEIGHTED
+from quillmarsh.simulator_engine.expression_evaluator import (
+    NativeFunction,
+    NativeMeanReduction,
+    NativePnlWeightedReduction,
+    _operator_table,
+)
 
 
 @dataclass(frozen=True)
@@ -47,9 +52,9 @@ class _Builtin:
 NATIVE_OPERATORS: dict[str, dict[str, Any]] = {row["name"]: row for row in _operator_table()}
 
 _BUILTINS: dict[str, _Builtin] = {
-    "reduction_mean_3f9c2e": _Builtin(MeanReduction, None, "reduction", False),
-    "reduction_pnl_weighted_b7d41a": _Builtin(
-        PnlWeightedReduction,
+    REDUCTION_MEAN: _Builtin(NativeMeanReduction, None, "reduction", False),
+    REDUCTION_PNL_WEIGHTED: _Builtin(
+        NativePnlWeightedReduction,
         [("window", "int"),
          {"name": "pnl_column", "type": "string", "default": "gross_returns"}],
         "reduction", True),

@@ -14,6 +14,7 @@ void export_evaluator(nb::module_& m);   // evaluator/: evaluate, EvaluationResu
 void export_filtration(nb::module_& m);  // filtration/: filter trees and passing signals' weights
 void export_warmup(nb::module_& m);      // warmup/: warm-up rows of a graph and of restored instances
 void export_operators(nb::module_& m);   // operators/: native operator instances and the operator table
+void export_reductions(nb::module_& m);  // operators/reductions/: native reduction instances
 }  // namespace qm
 
 NB_MODULE(expression_evaluator, m) {
@@ -25,4 +26,5 @@ NB_MODULE(expression_evaluator, m) {
     qm::export_filtration(m);
     qm::export_warmup(m);
     qm::export_operators(m);
+    qm::export_reductions(m);
 }

@@ -22,15 +22,11 @@
 
 namespace qm {
 
-namespace {
-
-[[noreturn]] void raise_native_failure(const Instruction& ins, std::int64_t t, PyObject* type, const char* what) {
+void raise_native_failure(const Instruction& ins, std::int64_t t, PyObject* type, const char* what) {
     PyErr_SetString(type, what);
     nb::python_error cause;
     raise_error_from(host().FunctionExecutionError, msg::function_failed(text_of(ins.name), t, what), cause);
 }
-
-}  // namespace
 
 void run_native(GeneralEvaluation& ev, Program& program, Instruction& ins, std::int64_t t) {
     double* reg = program.row(ins.reg);

@@ -46,4 +46,11 @@ ReductionPlan build_reduction_plan(GeneralEvaluation& ev, const Instruction& ins
 // The PnL vector fed to a stateful reduction at row t: a new float64 array of `count` values.
 nb::object pnl_vector(const PnlPlan& plan, std::int64_t count, std::int64_t t);
 
+// The same `count` PnL values written to `values`.
+void fill_pnl_values(const PnlPlan& plan, std::int64_t count, std::int64_t t, double* values);
+
+// FunctionExecutionError "Function '{name}' failed at row {t}: {what}" caused by
+// a new `type` error holding `what`: a native step's C++ failure as Python sees it.
+[[noreturn]] void raise_native_failure(const Instruction& ins, std::int64_t t, PyObject* type, const char* what);
+
 }  // namespace qm

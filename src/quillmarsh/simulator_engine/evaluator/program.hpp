@@ -12,6 +12,7 @@
 #include "evaluator/extraction.hpp"
 #include "evaluator/general_evaluation.hpp"
 #include "evaluator/row_source.hpp"
+#include "operators/reductions/pnl_weighted.hpp"
 #include "operators/row_operator.hpp"
 #include "provenance/data_nan.hpp"
 
@@ -38,6 +39,8 @@ struct ReductionPlan {
     SignalRows signals;      // unfiltered: every useful signal, sorted by id
     bool stateful = false;
     PnlPlan pnl;
+    ops::PnlWeightedReduction* native = nullptr;  // a native stateful instance, stepped without Python
+    std::vector<double> pnl_values;                // native: the current row's PnL values, one per signal
 };
 
 // A filtration node's passing signals, resolved at its first row.

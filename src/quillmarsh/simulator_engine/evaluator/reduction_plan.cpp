@@ -1,6 +1,8 @@
 // A reduction node's signals and PnL sources, fixed at its first row: the
 // filtration result or every useful signal sorted by id, and for stateful
 // reductions where each signal's PnL comes from.
+#include <algorithm>
+
 #include "evaluator/node_steps.hpp"
 #include "filtration/resolve_filt.hpp"
 #include "host/arrays.hpp"
@@ -9,6 +11,7 @@
 #include "host/host.hpp"
 #include "host/messages.hpp"
 #include "host/pyutil.hpp"
+#include "operators/reductions/reduction_instances.hpp"
 
 namespace qm {
 
@@ -74,13 +77,22 @@ ReductionPlan build_reduction_plan(GeneralEvaluation& ev, const Instruction& ins
     }
     plan.count = static_cast<std::int64_t>(length_of(passing_ids));
     plan.stateful = is_stateful(ins.instance);
-    if (plan.stateful) plan.pnl = pnl_plan(ev, passing_ids, stateful_pnl_column(ins.reduction_record));
+    if (plan.stateful) {
+        plan.pnl = pnl_plan(ev, passing_ids, stateful_pnl_column(ins.reduction_record));
+        plan.native = ops::native_reduction_of(ins.instance);
+        if (plan.native != nullptr) plan.pnl_values.resize(static_cast<std::size_t>(plan.count));
+    }
     return plan;
 }
 
 nb::object pnl_vector(const PnlPlan& plan, std::int64_t count, std::int64_t t) {
-    nb::object out = zeros_float64({count});
-    double* values = float64_data(out);
+    nb::object out = empty_float64({count});
+    fill_pnl_values(plan, count, t, float64_data(out));
+    return out;
+}
+
+void fill_pnl_values(const PnlPlan& plan, std::int64_t count, std::int64_t t, double* values) {
+    std::fill(values, values + count, 0.0);
     if (plan.source == PnlPlan::Source::Vectors) {
         std::copy(plan.fixed.begin(), plan.fixed.end(), values);
     } else if (plan.source == PnlPlan::Source::Columns) {
@@ -89,7 +101,6 @@ nb::object pnl_vector(const PnlPlan& plan, std::int64_t count, std::int64_t t) {
             if (pnl.original.is_valid()) values[k] = read_cell(pnl, t, plan.column);
         }
     }
-    return out;
 }
 
 }  // namespace qm

@@ -1,8 +1,12 @@
 // Reduction nodes of the per-row loop: the column-wise mean of the signals'
 // current weight rows, or a stateful instance fed with those rows and the
-// signals' PnL values.
+// signals' PnL values. A native PnL-weighted instance is stepped in C++ on
+// the extraction buffer and a PnL vector kept by the plan, with the data-NaN
+// provenance and the failures of the Python call.
 #include <algorithm>
 #include <cmath>
+#include <new>
+#include <stdexcept>
 
 #include "evaluator/column_mean.hpp"
 #include "evaluator/node_steps.hpp"
@@ -30,17 +34,41 @@ nb::object call_stateful(const Program& program, const Instruction& ins, nb::han
     return nb::steal(result);
 }
 
+void step_native(GeneralEvaluation& ev, Program& program, const Instruction& ins, ReductionPlan& plan,
+                 std::int64_t rows, std::int64_t t) {
+    fill_pnl_values(plan.pnl, plan.count, t, plan.pnl_values.data());
+    double* reg = program.row(ins.reg);
+    try {
+        plan.native->step(float64_data(ev.local_extraction_buffer), rows, program.n, plan.pnl_values.data(),
+                          plan.count, reg);
+    } catch (nb::python_error& error) {
+        error.restore();
+        raise_instance_failure(ins, t);
+    } catch (const std::invalid_argument& error) {
+        raise_native_failure(ins, t, PyExc_ValueError, error.what());
+    } catch (const std::bad_alloc&) {
+        raise_native_failure(ins, t, PyExc_MemoryError, "out of memory");
+    }
+    if (ev.provenance.propagate_data_nan(ins.nan_check, program.registers, program.n)) {
+        std::fill(reg, reg + program.n, NAN);
+    }
+}
+
 }  // namespace
 
 void run_reduction(GeneralEvaluation& ev, Program& program, Instruction& ins, std::int64_t t) {
     if (!ins.reduction) ins.reduction = std::make_unique<ReductionPlan>(build_reduction_plan(ev, ins));
-    const ReductionPlan& plan = *ins.reduction;
+    ReductionPlan& plan = *ins.reduction;
     if (!plan.filtered) {
         if (plan.count == 0) raise_no_signals(ins, t);
         fill_extraction_buffer(ev, plan.signals, t);
     }
     if (ev.local_extraction_buffer.is_none()) raise_no_signals(ins, t);
     const std::int64_t rows = std::min(plan.count, dim_of(ev.local_extraction_buffer, 0));
+    if (plan.native != nullptr) {
+        step_native(ev, program, ins, plan, rows, t);
+        return;
+    }
     if (plan.stateful) {
         nb::object input = leading_rows_view(ev.local_extraction_buffer, rows, program.n);
         nb::object result = call_stateful(program, ins, input, pnl_vector(plan.pnl, plan.count, t), t);

@@ -47,6 +47,7 @@ void load_host() {
     api->logger = nb::module_::import_("structlog").attr("get_logger")(
         "quillmarsh.simulator_engine.expression_evaluator");
     api->numpy = nb::module_::import_("numpy");
+    api->matmul = api->numpy.attr("matmul");
     g_host = api;
 }
 

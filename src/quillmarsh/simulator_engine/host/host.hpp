@@ -22,7 +22,7 @@ struct HostApi {
     nb::object EmptyFiltrationError, EmptyPoolError;
     // Standard library and logging.
     nb::object RLock, deepcopy, logger;
-    nb::object numpy;
+    nb::object numpy, matmul;
 };
 
 // The loaded handles; valid after load_host() succeeded.

@@ -249,4 +249,19 @@ inline std::string saved_state_shape(const std::string& field, const std::string
 }
 inline std::string pickled_native_function() { return "a pickled NativeFunction holds (name, config, state)"; }
 
+// Native reduction instances.
+inline std::string reduction_window_below_one(const std::string& value_text) {
+    return "window must be at least 1, got " + value_text;
+}
+inline std::string reduction_extraction_not_matrix(const std::string& shape) {
+    return "extraction must be a (signals, assets) matrix, got shape " + shape;
+}
+inline std::string reduction_pnl_count(long long values, long long signals) {
+    return "signal_pnl has " + std::to_string(values) + " values for " + std::to_string(signals) + " signals";
+}
+inline std::string reduction_history_shape(const std::string& shape, long long window) {
+    return "saved PnL history of shape " + shape + " does not fit a window of " + std::to_string(window) + " rows";
+}
+inline std::string pickled_reduction() { return "a pickled NativePnlWeightedReduction holds (window, pnl_column, state)"; }
+
 }  // namespace qm::msg
