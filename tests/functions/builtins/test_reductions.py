@@ -105,6 +105,21 @@ def test_a_change_in_the_signal_count_restarts_the_history_as_the_twin_does(wind
     run_both(window, [(weight_rows(rng, signals, n), pnl_row(rng, signals, style)) for signals, style in plan])
 
 
+@pytest.mark.parametrize("window", [10**12, 2**63, 10**40])
+def test_a_window_past_any_run_keeps_every_row_and_saturates(window):
+    rng = np.random.default_rng(7)
+    native, twin = NativePnlWeightedReduction(window), PnlWeightedReduction(window)
+    for t in range(6):
+        rows, pnl = weight_rows(rng, 3, 2), pnl_row(rng, 3, PNL_STYLES[t % len(PNL_STYLES)])
+        with np.errstate(all="ignore"):
+            assert_same_bits(native(rows, signal_pnl=pnl), twin(rows, signal_pnl=pnl))
+    state = native.get_state()
+    assert native.window == min(window, 2**62) and state["pnl_history"].shape == (6, 3)
+    resumed = NativePnlWeightedReduction(window)
+    resumed.set_state({**state, "window": window, "count": 10**20})
+    assert resumed.get_state()["count"] == 2**62
+
+
 @pytest.mark.parametrize("split", [0, 1, 3, 7])
 @pytest.mark.parametrize("resume", ["set_state", "pickle", "deepcopy"])
 def test_a_resumed_instance_continues_the_run_bit_for_bit(split, resume):

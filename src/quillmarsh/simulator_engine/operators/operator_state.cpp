@@ -89,15 +89,6 @@ std::int64_t saved_width(nb::handle value) {
     return PyArray_DIM(arr, PyArray_NDIM(arr) - 1);
 }
 
-// A saved window past the limit saturates, as the window parameter does.
-nb::object saturated_window(nb::object saved) {
-    nb::object limit = nb::int_(kWindowLimit);
-    if (!PyLong_Check(saved.ptr()) && !PyFloat_Check(saved.ptr())) return saved;
-    const int beyond = PyObject_RichCompareBool(saved.ptr(), limit.ptr(), Py_GT);
-    if (beyond < 0) throw nb::python_error();
-    return beyond ? limit : saved;
-}
-
 void check_window(nb::handle data, const RowOperator& op) {
     nb::object saved = saved_value(data, "window");
     if (!saved.is_valid()) return;
@@ -113,7 +104,20 @@ void check_window(nb::handle data, const RowOperator& op) {
 
 std::int64_t saved_count(nb::handle data) {
     nb::object saved = saved_value(data, "count");
-    if (!saved.is_valid()) return 0;
+    return saved.is_valid() ? saved_count_value(saved) : 0;
+}
+
+}  // namespace
+
+nb::object saturated_window(nb::object saved) {
+    nb::object limit = nb::int_(kWindowLimit);
+    if (!PyLong_Check(saved.ptr()) && !PyFloat_Check(saved.ptr())) return saved;
+    const int beyond = PyObject_RichCompareBool(saved.ptr(), limit.ptr(), Py_GT);
+    if (beyond < 0) throw nb::python_error();
+    return beyond ? limit : saved;
+}
+
+std::int64_t saved_count_value(nb::handle saved) {
     PyObject* as_int = PyNumber_Long(saved.ptr());
     if (!as_int) throw nb::python_error();
     int overflow = 0;
@@ -124,8 +128,6 @@ std::int64_t saved_count(nb::handle data) {
     // Past the limit every window is full: the same history as at the limit.
     return overflow > 0 ? kWindowLimit : std::min<std::int64_t>(count, kWindowLimit);
 }
-
-}  // namespace
 
 nb::dict state_payload(RowOperator& op) {
     nb::dict payload;

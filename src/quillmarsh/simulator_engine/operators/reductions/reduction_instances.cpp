@@ -1,5 +1,6 @@
 #include "operators/reductions/reduction_instances.hpp"
 
+#include <algorithm>
 #include <cstring>
 #include <stdexcept>
 #include <string>
@@ -10,6 +11,7 @@
 #include "host/format.hpp"
 #include "host/host.hpp"
 #include "host/messages.hpp"
+#include "operators/operator_state.hpp"
 
 using namespace nb::literals;
 
@@ -35,12 +37,6 @@ std::int64_t size_of(nb::handle array) {
     return size;
 }
 
-long long int_value(nb::handle number) {
-    const long long value = PyLong_AsLongLong(number.ptr());
-    if (value == -1 && PyErr_Occurred()) throw nb::python_error();
-    return value;
-}
-
 }  // namespace
 
 std::int64_t validated_reduction_window(nb::handle window) {
@@ -57,8 +53,8 @@ std::int64_t validated_reduction_window(nb::handle window) {
     int overflow = 0;
     const long long value = PyLong_AsLongLongAndOverflow(index, &overflow);
     if (overflow < 0 || (overflow == 0 && value < 1)) raise_value(msg::reduction_window_below_one(text_of(length)));
-    if (overflow > 0) raise_value(msg::param_too_large("window", text_of(length)));
-    return value;
+    // Saturated like every window: the history never holds more rows than it was fed.
+    return overflow > 0 ? kWindowLimit : std::min<std::int64_t>(value, kWindowLimit);
 }
 
 nb::object mean_reduction_call(nb::handle extraction) {
@@ -101,7 +97,7 @@ void PnlWeightedInstance::set_state(nb::handle data) {
     const std::int64_t window = this->window();
     nb::object own_window = nb::int_(window);
     nb::object get = data.attr("get");
-    nb::object saved_window = get("window", own_window);
+    nb::object saved_window = saturated_window(get("window", own_window));
     if (saved_window.not_equal(own_window)) {
         raise_value(msg::saved_state_window(text_of(saved_window), std::to_string(window)));
     }
@@ -111,7 +107,7 @@ void PnlWeightedInstance::set_state(nb::handle data) {
     if (dims.size() != 2 || dims[0] > window) {
         raise_value(msg::reduction_history_shape(shape_text({dims.begin(), dims.end()}), window));
     }
-    const long long count = int_value(nb::int_(get("count", nb::int_(dims[0]))));
+    const std::int64_t count = saved_count_value(get("count", nb::int_(dims[0])));
     nb::object rows = as_float64_contiguous(history);
     reduction_.history().restore(float64_data(rows), dims[0], dims[1], count);
 }
