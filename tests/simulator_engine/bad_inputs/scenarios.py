@@ -116,6 +116,15 @@ def cyclic_graph_with_stage_data():
     ee.evaluate(graph, context(stage_data=StageData({"z": np.ones((3, 2))})))
 
 
+def shared_subgraph_doubling(depth, stage_data):
+    """A graph reusing one node object twice at every level: 2**depth places to walk."""
+    graph = Node("feature", "x")
+    for _ in range(depth):
+        graph = Node("rotation", RANK, [graph, graph])
+    fields = {"stage_data": StageData({"z": np.ones((3, 2))})} if stage_data else {}
+    ee.evaluate(graph, context(**fields))
+
+
 def cache_dropped_by_feature_index():
     """Evaluations served from the collect-nodes cache while feature_index empties and drops it."""
     graph = Node("rotation", "user", [Node("feature", "x"), Node("feature", "y")])

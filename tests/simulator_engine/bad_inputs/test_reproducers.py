@@ -55,6 +55,13 @@ def test_cyclic_graph_with_stage_data(runner):
     assert outcome.detail.startswith("builtins.RecursionError"), outcome.detail
 
 
+@pytest.mark.parametrize("stage_data", [False, True])
+def test_a_graph_of_exponentially_many_places_is_refused_up_front(runner, stage_data):
+    outcome = runner.run(partial(scenarios.shared_subgraph_doubling, 64, stage_data))
+    assert outcome.kind == "raised" and outcome.detail.startswith(ENGINE + "SchemaError"), outcome.detail
+    assert "shared node object" in outcome.detail
+
+
 def test_feature_leaf_lookup_visits_a_shared_subgraph_once():
     graph = Node("feature", "x")
     for _ in range(60):

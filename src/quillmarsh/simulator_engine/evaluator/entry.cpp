@@ -11,6 +11,7 @@
 #include "fast_paths/rank_paths.hpp"
 #include "fast_paths/universe_mask.hpp"
 #include "graph/config_validation.hpp"
+#include "graph/expanded_size.hpp"
 #include "graph/identities.hpp"
 #include "host/errors.hpp"
 #include "host/format.hpp"
@@ -84,6 +85,7 @@ nb::object run_fast_path(nb::handle graph, nb::handle context, const EvaluationO
 }  // namespace
 
 nb::object evaluate_unlocked(nb::handle graph_in, nb::handle context, const EvaluationOptions& options) {
+    check_expanded_graph_size(graph_in);
     nb::object graph = combine_transforms(graph_in, context);
     if (!truthy(getattr_or_none(context, "_skip_evaluation_shape_validation"))) {
         validate_evaluation_shapes(context.attr("features"), getattr_or_none(context, "universe"),

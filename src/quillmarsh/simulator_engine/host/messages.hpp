@@ -12,6 +12,11 @@ inline std::string evaluate_graph_type(const std::string& type_name) {
     return "evaluate graph must be FunctionGraphNode; got " + type_name;
 }
 inline std::string no_features() { return "No features provided"; }
+inline std::string graph_too_large(unsigned long long limit) {
+    return "graph has more than " + std::to_string(limit) +
+           " nodes once each use of a shared node object is counted at its place; "
+           "a node object used at several places of a deep graph multiplies its size";
+}
 inline std::string missing_universe(const std::string& joined) {
     return "missing_simulation_universe: missing required evaluation inputs " + joined;
 }
