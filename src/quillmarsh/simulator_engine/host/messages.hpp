@@ -215,9 +215,6 @@ inline std::string param_not_number(const std::string& param, const std::string&
 inline std::string param_not_finite(const std::string& param, const std::string& value_repr) {
     return param + " must be finite, got " + value_repr;
 }
-inline std::string param_too_large(const std::string& param, const std::string& value_repr) {
-    return param + " is too large, got " + value_repr;
-}
 inline std::string param_below_one(const std::string& param, const std::string& value_repr) {
     return param + " must be at least 1, got " + value_repr;
 }

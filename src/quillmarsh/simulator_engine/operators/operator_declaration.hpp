@@ -13,8 +13,8 @@
 namespace qm::ops {
 
 // Window: an integer >= 1 (a float is floored; the binding converts and checks).
-// Integer: any integer. Number: any float64.
-enum class ParamKind : std::uint8_t { Window, Integer, Number };
+// Number: any float64.
+enum class ParamKind : std::uint8_t { Window, Number };
 
 struct ParamSpec {
     const char* name;

@@ -20,7 +20,7 @@ std::string not_an_integer(const ParamSpec& param, nb::handle value) {
     return msg::param_not_integer(param.name, repr_of(value));
 }
 
-// An integer parameter as a Python int: anything with __index__, never a bool.
+// A window given as an integer: anything with __index__, never a bool.
 nb::object index_of(const ParamSpec& param, nb::handle value) {
     if (PyBool_Check(value.ptr())) raise_type(not_an_integer(param, value));
     PyObject* index = PyNumber_Index(value.ptr());
@@ -50,16 +50,6 @@ std::int64_t window_value(const ParamSpec& param, nb::handle value) {
     return overflow > 0 ? kWindowLimit : std::min<std::int64_t>(length, kWindowLimit);
 }
 
-// An integer parameter that must fit 64 bits.
-long long integer_value(const ParamSpec& param, nb::handle value) {
-    nb::object index = index_of(param, value);
-    int overflow = 0;
-    const long long out = PyLong_AsLongLongAndOverflow(index.ptr(), &overflow);
-    if (out == -1 && PyErr_Occurred()) throw nb::python_error();
-    if (overflow != 0) raise_value(msg::param_too_large(param.name, repr_of(value)));
-    return out;
-}
-
 double number_value(const ParamSpec& param, nb::handle value) {
     const std::string message = msg::param_not_number(param.name, repr_of(value));
     PyObject* raw = value.ptr();
@@ -75,7 +65,6 @@ double number_value(const ParamSpec& param, nb::handle value) {
 double converted_value(const ParamSpec& param, nb::handle value) {
     switch (param.kind) {
         case ParamKind::Window: return static_cast<double>(window_value(param, value));
-        case ParamKind::Integer: return static_cast<double>(integer_value(param, value));
         case ParamKind::Number: return number_value(param, value);
     }
     return 0.0;

@@ -14,10 +14,10 @@ namespace qm::ops {
 
 struct OperatorParams {
     std::vector<double> values;  // in the order of OperatorSpec::params
-    nb::dict config;             // name -> converted value (int for windows and integers, float for numbers)
+    nb::dict config;             // name -> converted value (int for windows, float for numbers)
 };
 
-// A converted value as Python holds it: an int for windows and integers, a float for numbers.
+// A converted value as Python holds it: an int for windows, a float for numbers.
 nb::object param_object(ParamKind kind, double value);
 
 // Unknown or missing parameters and wrong types raise TypeError; a window
