@@ -49,7 +49,11 @@ def test_native_steps_equal_python_calls(row):
 @settings(max_examples=10)
 @given(split=st.integers(1, T - 1))
 def test_streaming_in_two_parts_equals_one_evaluation(row, split):
-    graph = graph_of(row)
+    assert_streams_exactly(graph_of(row), split)
+
+
+def assert_streams_exactly(graph, split):
+    """Rows [0, split) then [split, T) with the states passed on give one evaluation's cells and states."""
     with np.errstate(all="ignore"):
         whole = ee.evaluate(graph, context(default_registry()))
         first = ee.evaluate(graph, context(default_registry(), slice(0, split)))

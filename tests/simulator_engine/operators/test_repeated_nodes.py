@@ -13,7 +13,7 @@ from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
 from quillmarsh.simulator_engine.expression_evaluator import NativeFunction
 
 from .python_call import PythonCall, assert_same_states, python_call_registry
-from .test_operators_through_evaluate import STATEFUL, TABLE, T, context, graph_of
+from .test_operators_through_evaluate import STATEFUL, TABLE, T, assert_streams_exactly, context, graph_of
 
 BY_ALIAS = {row["alias"]: row["name"] for row in TABLE}
 ADD = BY_ALIAS["add"]
@@ -43,13 +43,7 @@ def test_repeats_give_the_cells_states_and_marks_of_stepping_every_node(row, dat
 @settings(max_examples=8)
 @given(split=st.integers(1, T - 1))
 def test_streaming_over_repeats_equals_one_evaluation(alias, split):
-    graph = repeated_graph(next(row for row in STATEFUL if row["alias"] == alias))
-    with np.errstate(all="ignore"):
-        whole = ee.evaluate(graph, context(default_registry()))
-        first = ee.evaluate(graph, context(default_registry(), slice(0, split)))
-        second = ee.evaluate(graph, context(default_registry(), slice(split, None)), function_states=first.states)
-    np.testing.assert_array_equal(np.vstack([first.weights, second.weights]), whole.weights)
-    assert_same_states(second.states, whole.states)
+    assert_streams_exactly(repeated_graph(next(row for row in STATEFUL if row["alias"] == alias)), split)
 
 
 
