@@ -20,23 +20,6 @@ def test_pnl_weighted_reduction_weights_by_positive_trailing_mean():
     np.testing.assert_array_equal(reduction(rows, signal_pnl=np.array([0.0, -1.0, np.nan])), rows.mean(axis=0))
     # Trailing means over 2 rows: 1.0, 0.5 and -0.5 (left out).
     np.testing.assert_allclose(reduction(rows, signal_pnl=np.array([2.0, 2.0, -1.0])), [1.0 / 1.5, 0.5 / 1.5])
-    state = reduction.get_state()
-    assert state["count"] == 2 and state["window"] == 2 and state["pnl_history"].shape == (2, 3)
-    reduction(rows[:2], signal_pnl=np.array([1.0, 1.0]))
-    assert reduction.get_state()["count"] == 1
-
-
-def test_stateful_reduction_resumes_from_its_state():
-    registry = default_registry()
-    name = "reduction_pnl_weighted_b7d41a"
-    rows = np.array([[1.0, 0.0], [0.0, 1.0]])
-    pnls = [np.array([1.0, 0.0]), np.array([0.0, 3.0]), np.array([2.0, 0.0])]
-    whole, first = (registry.create_instance(name, window=2) for _ in range(2))
-    expected = [whole(rows, signal_pnl=pnl) for pnl in pnls][-1]
-    first(rows, signal_pnl=pnls[0])
-    resumed = registry.create_instance_from_state(name, FunctionState(name, "1", first.get_state()), window=2)
-    resumed(rows, signal_pnl=pnls[1])
-    np.testing.assert_array_equal(resumed(rows, signal_pnl=pnls[2]), expected)
 
 
 # How a row's PnL values are drawn: each style leads the weights to another branch.
@@ -120,8 +103,21 @@ def test_a_window_past_any_run_keeps_every_row_and_saturates(window):
     assert resumed.get_state()["count"] == 2**62
 
 
+def set_state_of_a_fresh_instance(first):
+    resumed = NativePnlWeightedReduction(4)
+    resumed.set_state(first.get_state())
+    return resumed
+
+
+def from_the_registry(first):
+    name = "reduction_pnl_weighted_b7d41a"
+    return default_registry().create_instance_from_state(name, FunctionState(name, "1", first.get_state()), window=4)
+
+
 @pytest.mark.parametrize("split", [0, 1, 3, 7])
-@pytest.mark.parametrize("resume", ["set_state", "pickle", "deepcopy"])
+@pytest.mark.parametrize("resume", [set_state_of_a_fresh_instance, from_the_registry, copy.deepcopy,
+                                    lambda first: pickle.loads(pickle.dumps(first))],
+                         ids=["set_state", "registry", "deepcopy", "pickle"])
 def test_a_resumed_instance_continues_the_run_bit_for_bit(split, resume):
     rng = np.random.default_rng(split)
     steps = [(weight_rows(rng, 5, 3), pnl_row(rng, 5, PNL_STYLES[t % 3])) for t in range(10)]
@@ -129,11 +125,7 @@ def test_a_resumed_instance_continues_the_run_bit_for_bit(split, resume):
     expected = [whole(rows, signal_pnl=pnl) for rows, pnl in steps]
     for rows, pnl in steps[:split]:
         first(rows, signal_pnl=pnl)
-    if resume == "set_state":
-        resumed = NativePnlWeightedReduction(4)
-        resumed.set_state(first.get_state())
-    else:
-        resumed = pickle.loads(pickle.dumps(first)) if resume == "pickle" else copy.deepcopy(first)
+    resumed = resume(first)
     for (rows, pnl), cells in zip(steps[split:], expected[split:]):
         assert_same_bits(resumed(rows, signal_pnl=pnl), cells)
     assert_same_state(resumed, whole)

@@ -27,28 +27,41 @@ def test_table_rows_are_unique_and_registered_as_stubs():
         assert isinstance(instance, NativeFunction) and instance.arity == row["arity"]
 
 
-@pytest.mark.parametrize("config, error, text", [
-    ({}, TypeError, "missing the parameter 'value'"),
-    ({"value": 1.0, "other": 2}, TypeError, "unexpected parameter 'other'"),
-    ({"value": True}, TypeError, "value must be a number, got True"),
-    ({"value": "1.5"}, TypeError, "value must be a number"),
-    ({"value": None}, TypeError, "value must be a number"),
+MEAN = "longitudinal_accumulators_25c7fb"
+
+
+@pytest.mark.parametrize("name, config, error, text", [
+    ("no_such_operator", {}, KeyError, "not a native operator"),
+    (ADD_SCALAR, {}, TypeError, "missing the parameter 'value'"),
+    (ADD_SCALAR, {"value": 1.0, "other": 2}, TypeError, "unexpected parameter 'other'"),
+    (ADD_SCALAR, {"value": True}, TypeError, "value must be a number, got True"),
+    (ADD_SCALAR, {"value": "1.5"}, TypeError, "value must be a number"),
+    (ADD_SCALAR, {"value": None}, TypeError, "value must be a number"),
+    (MEAN, {"window": True}, TypeError, "window must be an integer, got True"),
+    (MEAN, {"window": "3"}, TypeError, "window must be an integer, got '3'"),
+    (MEAN, {"window": None}, TypeError, "window must be an integer, got None"),
+    (MEAN, {"window": 0}, ValueError, "window must be at least 1, got 0"),
+    (MEAN, {"window": 0.99}, ValueError, "window must be at least 1, got 0.99"),
+    (MEAN, {"window": -10**30}, ValueError, "window must be at least 1, got -1000000000000000000000000000000"),
+    (MEAN, {"window": float("nan")}, ValueError, "window must be finite"),
+    (MEAN, {"window": float("inf")}, ValueError, "window must be finite"),
+    ("ts_quantile_8fcf1f", {"window": 3, "q": -0.1}, ValueError, "q must be between 0 and 1"),
+    ("ts_quantile_8fcf1f", {"window": 3, "q": 1.5}, ValueError, "q must be between 0 and 1"),
+    ("ts_quantile_8fcf1f", {"window": 3, "q": np.nan}, ValueError, "q must be between 0 and 1"),
 ])
-def test_bad_parameters_are_refused(config, error, text):
+def test_bad_names_and_parameters_are_refused(name, config, error, text):
     with pytest.raises(error, match=text):
-        NativeFunction(ADD_SCALAR, **config)
+        NativeFunction(name, **config)
 
 
-@pytest.mark.parametrize("value", [2, np.float32(2.0), np.int64(2), 2.0])
-def test_numbers_of_any_numeric_type_convert_to_float(value):
-    instance = NativeFunction(ADD_SCALAR, value=value)
-    assert instance.config == {"value": 2.0} and type(instance.config["value"]) is float
-    np.testing.assert_array_equal(instance(np.array([1.0])), [3.0])
-
-
-def test_unknown_name_is_a_key_error():
-    with pytest.raises(KeyError, match="not a native operator"):
-        NativeFunction("no_such_operator")
+@pytest.mark.parametrize("name, config, expected", [
+    (ADD_SCALAR, {"value": 2}, 2.0), (ADD_SCALAR, {"value": np.float32(2.0)}, 2.0),
+    (ADD_SCALAR, {"value": np.int64(2)}, 2.0), (MEAN, {"window": 3.9}, 3), (MEAN, {"window": 1.0}, 1),
+    (MEAN, {"window": np.int64(4)}, 4), (MEAN, {"window": np.float64(2.5)}, 2),
+])
+def test_numbers_convert_to_the_parameter_kind_and_windows_are_floored(name, config, expected):
+    (key, value), = NativeFunction(name, **config).config.items()
+    assert value == expected and type(value) is type(expected)
 
 
 @pytest.mark.parametrize("rows, text", [
@@ -69,40 +82,6 @@ def test_call_accepts_lists_strided_rows_and_context():
     np.testing.assert_array_equal(out, [1.0, 4.0, 7.0, 10.0, 13.0])
     with pytest.raises(TypeError, match="unexpected keyword argument 'ctx'"):
         NativeFunction(ADD)(strided, strided, ctx=None)
-
-
-@pytest.mark.parametrize("clone", [copy.deepcopy, copy.copy, lambda f: pickle.loads(pickle.dumps(f))])
-def test_clones_keep_name_and_configuration(clone):
-    original = NativeFunction(ADD_SCALAR, value=2.5)
-    twin = clone(original)
-    assert twin is not original and (twin.name, twin.config) == (ADD_SCALAR, {"value": 2.5})
-    np.testing.assert_array_equal(twin(np.array([1.0])), [3.5])
-
-
-MEAN = "longitudinal_accumulators_25c7fb"
-
-
-@pytest.mark.parametrize("window, expected", [(3, 3), (3.0, 3), (3.9, 3), (1.0, 1), (np.int64(4), 4),
-                                              (np.float64(2.5), 2)])
-def test_windows_are_integers_and_floats_are_floored(window, expected):
-    instance = NativeFunction(MEAN, window=window)
-    assert instance.window == expected and instance.config == {"window": expected}
-
-
-@pytest.mark.parametrize("window, error, text", [
-    (True, TypeError, "window must be an integer, got True"),
-    ("3", TypeError, "window must be an integer, got '3'"),
-    (None, TypeError, "window must be an integer, got None"),
-    (0, ValueError, "window must be at least 1, got 0"),
-    (-2, ValueError, "window must be at least 1, got -2"),
-    (0.99, ValueError, "window must be at least 1, got 0.99"),
-    (-10**30, ValueError, "window must be at least 1, got -1000000000000000000000000000000"),
-    (float("nan"), ValueError, "window must be finite"),
-    (float("inf"), ValueError, "window must be finite"),
-])
-def test_bad_windows_are_refused(window, error, text):
-    with pytest.raises(error, match=text):
-        NativeFunction(MEAN, window=window)
 
 
 def _fed(rows=((1.0, 2.0, 3.0), (4.0, np.nan, 6.0))):
@@ -144,13 +123,14 @@ def test_bad_saved_states_are_refused_and_leave_the_instance_as_it_was(data, err
     assert after.keys() == before.keys() and all(np.array_equal(after[k], before[k], equal_nan=True) for k in before)
 
 
-@pytest.mark.parametrize("clone", [copy.deepcopy, lambda f: pickle.loads(pickle.dumps(f))])
-def test_clones_of_a_stateful_instance_continue_its_run(clone):
-    original = _fed()
+@pytest.mark.parametrize("clone", [copy.deepcopy, copy.copy, lambda f: pickle.loads(pickle.dumps(f))])
+@pytest.mark.parametrize("make, row", [(lambda: NativeFunction(ADD_SCALAR, value=2.5), [1.0, 2.0, 3.0]),
+                                       (_fed, [7.0, 8.0, 9.0])], ids=["stateless", "stateful"])
+def test_clones_keep_name_and_configuration_and_continue_the_run(clone, make, row):
+    original = make()
     twin = clone(original)
-    row = np.array([7.0, 8.0, 9.0])
-    np.testing.assert_array_equal(twin(row), original(row))
-    assert twin.get_state()["count"] == 3
+    assert twin is not original and (twin.name, twin.config) == (original.name, original.config)
+    np.testing.assert_array_equal(twin(np.array(row)), original(np.array(row)))
 
 
 def test_a_restored_width_is_enforced():

@@ -128,12 +128,6 @@ def test_quantile_keeps_its_sorted_windows_over_long_runs_of_ties(q, column, win
         assert_same_cells(out, TIME_SERIES_REFERENCES[BY_ALIAS["ts_quantile"]]([x], {"window": window, "q": q}))
 
 
-@pytest.mark.parametrize("q", [-0.1, 1.5, np.nan])
-def test_quantile_outside_zero_to_one_is_refused(q):
-    with pytest.raises(ValueError, match="q must be between 0 and 1"):
-        NativeFunction(BY_ALIAS["ts_quantile"], window=3, q=q)
-
-
 @pytest.mark.parametrize("row", TIME_SERIES, ids=lambda row: row["alias"])
 @given(data=st.data())
 def test_a_restored_instance_continues_the_run(row, data):
@@ -161,18 +155,9 @@ def test_a_negative_count_is_refused(alias, count):
 
 
 @pytest.mark.parametrize("row", TIME_SERIES, ids=lambda row: row["alias"])
-def test_state_payload_layout(row):
-    params = {"window": 3} | ({"q": 0.5} if row["alias"] == "ts_quantile" else {})
-    instance = NativeFunction(row["name"], **params)
-    assert set(instance.get_state()) == {"count", "window"}
-    for rows_seen in (1, 6):
-        while instance.get_state()["count"] < rows_seen:
-            instance(*[np.ones(4)] * row["arity"])
-        state = instance.get_state()
-        if row["alias"] == "ema":
-            assert (state["average"].shape, state["run"].dtype) == ((4,), np.int64)
-        else:
-            assert state["ring"].shape == (row["arity"], min(rows_seen, instance.window), 4)
+def test_a_row_of_another_width_than_the_history_is_refused(row):
+    instance = NativeFunction(row["name"], window=3, **({"q": 0.5} if row["alias"] == "ts_quantile" else {}))
+    instance(*[np.ones(4)] * row["arity"])
     with pytest.raises(ValueError):
         instance(*[np.ones(5)] * row["arity"])
 
