@@ -63,7 +63,3 @@ def test_a_bad_json_catalogue_names_the_line_or_entry(tmp_path, document, messag
     with pytest.raises(UserError, match=re.escape(message)):
         read(tmp_path, document, ".json")
 
-
-def test_json_entries_may_hold_their_expression(tmp_path):
-    document = '{"examples": [{"name": "a", "expression": "mean(returns, 4)"}]}'
-    assert read(tmp_path, document, ".json") == [("a", "mean(returns, 4)")]

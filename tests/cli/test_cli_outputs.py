@@ -69,8 +69,3 @@ def test_states_after_a_long_first_chunk_continue_exactly(quillmarsh, tmp_path):
     streamed = np.vstack([np.load(tmp_path / "first.npy"), np.load(tmp_path / "second.npy")])
     np.testing.assert_array_equal(streamed, np.load(tmp_path / "all.npy"))
 
-
-def test_show_says_states_need_the_general_path(quillmarsh):
-    lines = quillmarsh("show", "mean(close, 5)", "--rows", 100_000, check=True).stdout.splitlines()
-    assert lines[1].startswith("path:  longitudinal")
-    assert lines[2].strip() == "the longitudinal path saves no states, so --states-out runs the general path"

@@ -17,18 +17,14 @@ class FakeRegistry:
         self.entries = dict(entries or {})
         self.factories = set(factories)
         self.entry_error = entry_error
-        self.calls = []  # (method, name) in call order
 
     def has(self, name):
-        self.calls.append(("has", name))
         return name in self.entries or name in self.factories
 
     def has_factory(self, name):
-        self.calls.append(("has_factory", name))
         return name in self.factories
 
     def get_entry(self, name):
-        self.calls.append(("get_entry", name))
         if self.entry_error is not None:
             raise self.entry_error
         return self.entries[name]
