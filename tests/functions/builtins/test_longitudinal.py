@@ -11,6 +11,8 @@ from quillmarsh.functions.builtins.longitudinal import ROLLING_MEAN, ROLLING_STD
 from quillmarsh.functions.registry import default_registry
 from quillmarsh.simulator_engine._types import FunctionState
 
+from ...cells import assert_same_bits
+
 NAMES = [ROLLING_MEAN, ROLLING_STD, ROLLING_ZSCORE]
 
 
@@ -36,20 +38,13 @@ def run_rows(instance, data):
     return np.array([instance(row.copy(), context=None) for row in data]).reshape(data.shape)
 
 
-def assert_bitwise_equal(actual, expected):
-    assert actual.dtype == np.float64 and actual.shape == expected.shape
-    missing = np.isnan(expected)
-    np.testing.assert_array_equal(np.isnan(actual), missing)
-    np.testing.assert_array_equal(actual[~missing].view(np.uint64), expected[~missing].view(np.uint64))
-
-
 @pytest.mark.parametrize("name", NAMES)
 @given(case=rolling_inputs())
 def test_fresh_instance_reproduces_rolling_kernel(name, case):
     data, window = case
     original = data.copy()
     cells = run_rows(default_registry().create_instance(name, window=window), data)
-    assert_bitwise_equal(cells, rolling_reference(data, window, name))
+    assert_same_bits(cells, rolling_reference(data, window, name))
     np.testing.assert_array_equal(data, original)
 
 
@@ -73,7 +68,7 @@ def test_restored_instance_continues_one_uninterrupted_run(name, case, split):
         assert saved["count"] == cut and saved["window"] == window
         return pickle.loads(pickle.dumps(copy.deepcopy(saved)))
 
-    assert_bitwise_equal(run_resumed(name, data, window, cut, pickled), rolling_reference(data, window, name))
+    assert_same_bits(run_resumed(name, data, window, cut, pickled), rolling_reference(data, window, name))
 
 
 @pytest.mark.parametrize("window, error", [(0, ValueError), (-3, ValueError), (2.5, ValueError),
@@ -91,4 +86,4 @@ def test_restores_from_arrays_of_any_layout_and_byte_order():
         return {**saved, "ring": np.asfortranarray(saved["ring"]), "prefix_sum": np.repeat(saved["prefix_sum"], 2)[::2],
                 "nan_in_window": saved["nan_in_window"].astype(">i8")}
 
-    assert_bitwise_equal(run_resumed(ROLLING_ZSCORE, data, 3, 5, relaid), rolling_reference(data, 3, ROLLING_ZSCORE))
+    assert_same_bits(run_resumed(ROLLING_ZSCORE, data, 3, 5, relaid), rolling_reference(data, 3, ROLLING_ZSCORE))

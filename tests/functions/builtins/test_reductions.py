@@ -12,6 +12,8 @@ from quillmarsh.functions.registry import default_registry
 from quillmarsh.simulator_engine._types import FunctionState
 from quillmarsh.simulator_engine.expression_evaluator import NativeMeanReduction, NativePnlWeightedReduction
 
+from ...cells import assert_same_bits
+
 
 def test_pnl_weighted_reduction_weights_by_positive_trailing_mean():
     reduction = default_registry().create_instance("reduction_pnl_weighted_b7d41a", window=2)
@@ -45,15 +47,6 @@ def weight_rows(rng, signals, n):
     rows = rng.normal(size=(signals, n)) * 10.0 ** rng.integers(-6, 6)
     rows[rng.random((signals, n)) < 0.1] = np.nan
     return rows
-
-
-def assert_same_bits(native, twin):
-    """Equal cells bit for bit, signs of zeros included; NaN matches NaN whatever its payload."""
-    native, twin = np.asarray(native), np.asarray(twin)
-    assert native.shape == twin.shape and native.dtype == twin.dtype
-    nan = np.isnan(twin)
-    assert np.array_equal(np.isnan(native), nan), (native, twin)
-    assert native[~nan].tobytes() == twin[~nan].tobytes(), (native, twin)
 
 
 def assert_same_state(native, twin):

@@ -11,6 +11,8 @@ from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
 from quillmarsh.simulator_engine._types import FunctionState, UsefulSignal
 
+from ..operators.python_call import assert_same_states
+
 T, N, POOL = 30, 4, 7
 WINDOW = 5
 _rng = np.random.default_rng(11)
@@ -47,15 +49,6 @@ def context(registry, rows=slice(None), pnl_source="columns"):
                "none": {}}[pnl_source]
     return ee.EvaluationContext([np.zeros((T, N))[rows]], {"close": 0}, useful_signals=pool, registry=registry,
                                 universe=np.ones((T, N))[rows], **sources)
-
-
-def assert_same_states(native, twin):
-    assert native.keys() == twin.keys()
-    for key, state in native.items():
-        other = twin[key]
-        assert (state.function_name, state.function_version) == (other.function_name, other.function_version)
-        assert (state.data["count"], state.data["window"]) == (other.data["count"], other.data["window"])
-        np.testing.assert_array_equal(state.data["pnl_history"], other.data["pnl_history"])
 
 
 def assert_same_cells(native, twin):

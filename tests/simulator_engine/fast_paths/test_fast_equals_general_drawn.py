@@ -9,6 +9,7 @@ from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import FunctionGraphNode as Node
 
 from ...strategies import WINDOWS, matrices_with_universe
+from ..operators.python_call import assert_same_states
 from .fakes import COMBINE, MEAN, STD, ZSCORE, feature, rank, rolling
 
 STATISTICS = st.sampled_from([MEAN, STD, ZSCORE])
@@ -60,16 +61,6 @@ FAST_PATHS = [
 ]
 
 
-def _assert_same_state_data(streamed, whole):
-    assert sorted(streamed) == sorted(whole)
-    for key, value in whole.items():
-        if isinstance(value, np.ndarray):
-            assert value.dtype == streamed[key].dtype, key
-            np.testing.assert_array_equal(streamed[key], value, err_msg=key)
-        else:
-            assert streamed[key] == value, key
-
-
 def _rows_context(data, universe, rows=slice(None)):
     """The context of `_context(data, universe)` restricted to `rows`."""
     return ee.EvaluationContext([data[rows], data[::-1][rows]], {"close": 0, "open": 1},
@@ -95,8 +86,4 @@ def test_drawn_graphs_agree_on_every_path_and_when_streamed(graph, drawn, cuts):
         pieces.append(part.weights)
         states = part.states
     np.testing.assert_array_equal(np.vstack(pieces), whole.weights)
-    assert sorted(states) == sorted(whole.states)
-    for key, state in whole.states.items():
-        assert (states[key].function_name, states[key].function_version) == (state.function_name,
-                                                                              state.function_version)
-        _assert_same_state_data(states[key].data, state.data)
+    assert_same_states(states, whole.states)

@@ -43,4 +43,5 @@ def assert_same_states(left, right):
         assert (state.function_name, state.function_version) == (other.function_name, other.function_version)
         assert state.data.keys() == other.data.keys()
         for field, value in state.data.items():
-            np.testing.assert_array_equal(value, other.data[field])
+            assert np.asarray(value).dtype == np.asarray(other.data[field]).dtype, (key, field)
+            np.testing.assert_array_equal(value, other.data[field], err_msg=f"{key} {field}")

@@ -8,6 +8,7 @@ from quillmarsh._reference.cross_sectional import demean_reference, scale_refere
 from quillmarsh._reference.rank import rank_row_reference
 from quillmarsh.simulator_engine.expression_evaluator import NativeFunction
 
+from ...cells import assert_same_bits
 from ...strategies import CELL
 
 # Lengths on both sides of NumPy's 8-value and 128-value summation blocks.
@@ -19,10 +20,6 @@ PORTS = {
 }
 
 
-def bits(values):
-    return np.where(np.isnan(values), np.nan, values).view(np.uint64)
-
-
 @pytest.mark.parametrize("name", PORTS)
 @given(row=ROWS, target=st.sampled_from([1.0, -2.5, 0.0, 1e-3]))
 def test_ported_cells_equal_the_python_built_ins(name, row, target):
@@ -31,7 +28,7 @@ def test_ported_cells_equal_the_python_built_ins(name, row, target):
     with np.errstate(all="ignore"):
         expected = reference(row, target)
     out = NativeFunction(name, **config)(row)
-    np.testing.assert_array_equal(bits(out), bits(expected))
+    assert_same_bits(out, expected)
 
 
 @given(row=hnp.arrays(np.float64, st.integers(129, 400), elements=st.floats(-1e6, 1e6)))

@@ -13,6 +13,7 @@ from quillmarsh.simulator_engine import expression_evaluator as ee
 from quillmarsh.simulator_engine._types import FunctionGraphNode as Node, FunctionState
 from quillmarsh.simulator_engine.expression_evaluator import NativeFunction, _operator_table
 
+from ...cells import assert_same_bits
 from ...strategies import CELL, matrices_with_universe
 
 TIME_SERIES = [row for row in _operator_table()
@@ -41,17 +42,15 @@ def params_for(row, draw):
     return params
 
 
+def assert_same_cells(actual, expected, message=""):
+    assert_same_bits(actual, expected, message, zero_signs=False)
+
+
 def run_rows(instance, inputs):
     out = np.full(inputs[0].shape, np.nan)
     for t in range(inputs[0].shape[0]):
         out[t] = instance(*(x[t].copy() for x in inputs))
     return out
-
-
-def assert_same_cells(actual, expected, message=""):
-    """Equal bit for bit, NaN where NaN (0.0 and -0.0 count as equal)."""
-    np.testing.assert_array_equal(np.isnan(actual), np.isnan(expected), err_msg=message)
-    np.testing.assert_array_equal(actual, expected, err_msg=message)
 
 
 def test_every_time_series_operator_has_a_twin():
