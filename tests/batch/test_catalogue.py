@@ -1,4 +1,4 @@
-"""Reading catalogues: names, comments and line numbers in text; entries of the JSON form."""
+"""Reading catalogues and signal files: names, comments and line numbers in text; entries of the JSON form."""
 import json
 import re
 from pathlib import Path
@@ -7,17 +7,21 @@ import pytest
 
 from quillmarsh.batch import read_catalogue
 from quillmarsh.cli.errors import UserError
+from quillmarsh.cli.signal_file import read_signal_file
 from quillmarsh.cli.text_form import graph_to_text
 from quillmarsh.functions.registry import default_registry
 
 EXAMPLES = Path(__file__).parents[2] / "examples"
 
 
-def read(tmp_path: Path, text: str, suffix: str = ".txt") -> list:
+def read(tmp_path: Path, text: str, suffix: str = ".txt", reader=read_catalogue) -> list:
     path = tmp_path / f"catalogue{suffix}"
     path.write_text(text, encoding="utf-8")
-    return [(signal.name, graph_to_text(signal.graph))
-            for signal in read_catalogue(path, default_registry())]
+    return [(signal.name, graph_to_text(signal.graph)) for signal in reader(path, default_registry())]
+
+
+# A text catalogue is a signal file: both readers take the same lines.
+READERS = pytest.mark.parametrize("reader", [read_catalogue, read_signal_file])
 
 
 @pytest.mark.parametrize("text, expected", [
@@ -27,19 +31,21 @@ def read(tmp_path: Path, text: str, suffix: str = ".txt") -> list:
     ("a: rank(close) * rank(volume)\nb:mean(returns, 3)",
      [("a", "rank(close) * rank(volume)"), ("b", "mean(returns, 3)")]),
 ])
-def test_text_lines_give_named_signals_in_file_order(tmp_path, text, expected):
-    assert read(tmp_path, text) == expected
+@READERS
+def test_text_lines_give_named_signals_in_file_order(tmp_path, text, expected, reader):
+    assert read(tmp_path, text, reader=reader) == expected
 
 
 @pytest.mark.parametrize("text, message", [
     ("a: rank(close)\n\nb: rank(close(\n", "line 3: syntax error at column"),
-    ("rank(close)\nnosuch(close)\n", "line 2: unknown function 'nosuch'"),
+    ("rank(close)\nnamed:  nosuch(close)\n", "line 2: unknown function 'nosuch' at column 9"),
     ("a: rank(close)\n# note\na: rank(volume)\n", "line 3: the name 'a' is already used on line 1"),
     ("# only a comment\n\n", "holds no signal"),
 ])
-def test_a_bad_text_line_is_named_by_its_number(tmp_path, text, message):
+@READERS
+def test_a_bad_text_line_is_named_by_its_number(tmp_path, text, message, reader):
     with pytest.raises(UserError, match=message):
-        read(tmp_path, text)
+        read(tmp_path, text, reader=reader)
 
 
 def test_the_examples_json_catalogue_reads_every_example():
