@@ -22,12 +22,6 @@ def test_two_dimensional_values_are_attached_in_name_order():
     np.testing.assert_array_equal(ctx.features[5], depth)
 
 
-def test_attached_leaf_evaluates_through_the_engine():
-    ctx = _context({"depth": np.full((4, 3), 2.0)}, universe=np.ones((4, 3)))
-    weights, _ = ee.evaluate(Node("feature", "depth"), ctx)
-    np.testing.assert_array_equal(weights, np.full((4, 3), 2.0))
-
-
 @pytest.mark.parametrize("container", [list, tuple])
 def test_caller_features_are_never_changed(container):
     loaded = container(np.zeros((4, 3)) for _ in range(3))
